@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QPointF>
+#include <QRectF>
+
+namespace lookpane {
+
+// The one place that converts between the geometry code's coordinates (points, origin at the
+// bottom-left of the primary screen, y up) and Qt's global coordinates (origin at the top-left
+// of the primary screen, y down). `primaryHeight` is the primary screen's height in points.
+QRectF designRectFromQt(const QRectF &qtRect, qreal primaryHeight);
+QRectF qtRectFromDesign(const QRectF &designRect, qreal primaryHeight);
+QPointF designPointFromQt(const QPointF &qtPoint, qreal primaryHeight);
+QPointF qtPointFromDesign(const QPointF &designPoint, qreal primaryHeight);
+
+// The primary screen's height in points; 0 when there is no screen.
+qreal primaryScreenHeight();
+
+} // namespace lookpane

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QRectF>
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+namespace lookpane {
+
+// The connected screens as the geometry code sees them, in the design's coordinates
+// (points, origin bottom-left of the primary screen, y up).
+struct ScreenLayout
+{
+    struct Screen
+    {
+        QRectF frame;
+        // The frame less panels and docks (Qt's available geometry).
+        QRectF visibleFrame;
+    };
+    // In the system's screen order; the primary screen first.
+    std::vector<Screen> screens;
+    // Index of the main screen in `screens`; none when there is no screen.
+    std::optional<std::size_t> mainIndex;
+};
+
+using ScreenLayoutProvider = std::function<ScreenLayout()>;
+
+// The screens of the running Qt application.
+ScreenLayout currentScreenLayout();
+
+} // namespace lookpane

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "ChildProcess.h"
+#include "Patterns.h"
+
+#include <QRect>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace lookpane::testing {
+
+// A window of another process showing a known pattern (lookpane_pattern_window).
+class PatternWindow
+{
+public:
+    struct Options
+    {
+        QRect geometry{100, 100, 400, 300};
+        Pattern pattern = Pattern::bars;
+        std::uint32_t color = 0x336699;
+        std::string title = "Pattern";
+        std::string windowClass = "lookpane-pattern";
+        bool overrideRedirect = false;
+        bool animate = false;
+    };
+
+    PatternWindow(const std::string &display, Options options);
+
+    // Whether the window was mapped and painted.
+    bool isShown() const { return m_window != 0; }
+    std::uint32_t window() const { return m_window; }
+    pid_t pid() const { return m_process ? m_process->pid() : -1; }
+    const Options &options() const { return m_options; }
+    void close() { m_process.reset(); }
+
+    // The expected colour (0xRRGGBB) at a point of the window (not for --animate).
+    std::uint32_t expectedPixel(int x, int y) const;
+
+private:
+    Options m_options;
+    std::unique_ptr<ChildProcess> m_process;
+    std::uint32_t m_window = 0;
+};
+
+// Paths of the programs that tests start.
+std::string patternWindowExecutable();
+std::string lookpaneExecutable();
+
+} // namespace lookpane::testing

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QImage>
+#include <QRect>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace lookpane::testing {
+
+// Reads what an X server shows, through a connection of its own, for assertions on pixels
+// and windows. Every function takes the display name (":N") of the test's private server.
+
+// A rectangle of the root window, as the screen shows it (Format_RGB32).
+QImage grabScreenRect(const std::string &display, const QRect &rect);
+// A window's own contents (Format_RGB32); null when the window is gone or unviewable.
+QImage grabWindow(const std::string &display, std::uint32_t window);
+
+struct WindowInfo
+{
+    std::uint32_t id = 0;
+    QString title;       // _NET_WM_NAME, else WM_NAME
+    QRect geometry;      // in root coordinates, without window-manager decorations
+    bool viewable = false;
+};
+
+// Every window in the tree (root excluded) whose title equals `title`.
+std::vector<WindowInfo> findWindowsByTitle(const std::string &display, const QString &title);
+// Waits until a viewable window titled `title` exists; none on timeout.
+std::optional<WindowInfo> waitForViewableWindow(const std::string &display, const QString &title,
+                                                int timeoutMs);
+std::optional<WindowInfo> windowInfo(const std::string &display, std::uint32_t window);
+
+// Average colour of an image area, and how many pixels differ from a colour by more than
+// `tolerance` in any channel.
+QColor meanColor(const QImage &image, const QRect &area);
+int countPixelsNotNear(const QImage &image, const QRect &area, QColor color, int tolerance);
+
+} // namespace lookpane::testing

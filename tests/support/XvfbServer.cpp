@@ -1,0 +1,155 @@
+#include "XvfbServer.h"
+
+#include <xcb/xcb.h>
+
+#include <chrono>
+#include <cstring>
+#include <cstdlib>
+#include <memory>
+#include <thread>
+
+namespace lookpane::testing {
+
+namespace {
+
+struct FreeDeleter
+{
+    void operator()(void *p) const { std::free(p); }
+};
+
+using ConnectionPtr = std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)>;
+
+ConnectionPtr connect(const std::string &display)
+{
+    return ConnectionPtr(xcb_connect(display.c_str(), nullptr), &xcb_disconnect);
+}
+
+xcb_atom_t atom(xcb_connection_t *c, const char *name)
+{
+    std::unique_ptr<xcb_intern_atom_reply_t, FreeDeleter> reply(xcb_intern_atom_reply(
+        c, xcb_intern_atom(c, 0, static_cast<uint16_t>(std::strlen(name)), name), nullptr));
+    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+}
+
+bool hasWindowManagerCheck(const std::string &display)
+{
+    ConnectionPtr c = connect(display);
+    if (xcb_connection_has_error(c.get())) {
+        return false;
+    }
+    const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(c.get())).data;
+    const xcb_atom_t check = atom(c.get(), "_NET_SUPPORTING_WM_CHECK");
+    std::unique_ptr<xcb_get_property_reply_t, FreeDeleter> reply(xcb_get_property_reply(
+        c.get(), xcb_get_property(c.get(), 0, screen->root, check, XCB_ATOM_WINDOW, 0, 1),
+        nullptr));
+    return reply && xcb_get_property_value_length(reply.get()) == 4;
+}
+
+bool hasCompositor(const std::string &display)
+{
+    ConnectionPtr c = connect(display);
+    if (xcb_connection_has_error(c.get())) {
+        return false;
+    }
+    const xcb_atom_t selection = atom(c.get(), "_NET_WM_CM_S0");
+    std::unique_ptr<xcb_get_selection_owner_reply_t, FreeDeleter> reply(
+        xcb_get_selection_owner_reply(c.get(), xcb_get_selection_owner(c.get(), selection),
+                                      nullptr));
+    return reply && reply->owner != XCB_WINDOW_NONE;
+}
+
+} // namespace
+
+XvfbServer::XvfbServer(Options options) : m_options(options)
+{
+    // Xvfb writes the display number it chose to the descriptor given to -displayfd: our
+    // child's standard output.
+    const std::string screen =
+        std::to_string(options.width) + "x" + std::to_string(options.height) + "x24";
+    ChildProcess::Options childOptions;
+    childOptions.captureStdout = true;
+    m_server = std::make_unique<ChildProcess>(
+        std::vector<std::string>{"Xvfb", "-displayfd", "1", "-screen", "0", screen, "+extension",
+                                 "Composite", "+extension", "RANDR", "-nolisten", "tcp",
+                                 "-noreset", "-dpi", "96"},
+        childOptions);
+    const std::optional<std::string> line = m_server->readLine(std::chrono::seconds(20));
+    if (!line || line->empty()) {
+        m_server.reset();
+        return;
+    }
+    m_displayNumber = std::atoi(line->c_str());
+}
+
+XvfbServer::~XvfbServer()
+{
+    m_compositor.reset();
+    m_windowManager.reset();
+    m_server.reset();
+}
+
+std::string XvfbServer::displayName() const
+{
+    return ":" + std::to_string(m_displayNumber);
+}
+
+bool XvfbServer::waitForRootCondition(bool (*condition)(const std::string &), int timeoutMs) const
+{
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    while (std::chrono::steady_clock::now() < deadline) {
+        if (condition(displayName())) {
+            return true;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return false;
+}
+
+bool XvfbServer::startWindowManager()
+{
+    if (!isRunning()) {
+        return false;
+    }
+    if (m_windowManager) {
+        return true;
+    }
+    ChildProcess::Options options;
+    options.environment["DISPLAY"] = displayName();
+    m_windowManager = std::make_unique<ChildProcess>(
+        std::vector<std::string>{"openbox", "--sm-disable"}, options);
+    if (!waitForRootCondition(&hasWindowManagerCheck, 15000)) {
+        m_windowManager.reset();
+        return false;
+    }
+    return true;
+}
+
+void XvfbServer::stopWindowManager()
+{
+    m_windowManager.reset();
+}
+
+bool XvfbServer::startCompositor()
+{
+    if (!isRunning()) {
+        return false;
+    }
+    if (m_compositor) {
+        return true;
+    }
+    ChildProcess::Options options;
+    options.environment["DISPLAY"] = displayName();
+    m_compositor = std::make_unique<ChildProcess>(std::vector<std::string>{"xcompmgr"}, options);
+    if (!waitForRootCondition(&hasCompositor, 15000)) {
+        m_compositor.reset();
+        return false;
+    }
+    return true;
+}
+
+void XvfbServer::stopCompositor()
+{
+    m_compositor.reset();
+}
+
+} // namespace lookpane::testing

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "ChildProcess.h"
+
+#include <memory>
+#include <string>
+
+namespace lookpane::testing {
+
+// A private X server for one test process: Xvfb on a display number of its own choosing
+// (-displayfd, so parallel test processes never collide), 24-bit, Composite on. Optionally a
+// window manager (openbox) and a compositing manager (xcompmgr) on it. Everything it started
+// is ended when it goes, and dies with the test process.
+class XvfbServer
+{
+public:
+    struct Options
+    {
+        int width = 1920;
+        int height = 1080;
+    };
+
+    explicit XvfbServer(Options options);
+    XvfbServer() : XvfbServer(Options{}) {}
+    ~XvfbServer();
+
+    XvfbServer(const XvfbServer &) = delete;
+    XvfbServer &operator=(const XvfbServer &) = delete;
+
+    bool isRunning() const { return m_displayNumber >= 0; }
+    // ":N"
+    std::string displayName() const;
+    int width() const { return m_options.width; }
+    int height() const { return m_options.height; }
+
+    // Starts openbox and waits until it manages the screen (_NET_SUPPORTING_WM_CHECK).
+    bool startWindowManager();
+    void stopWindowManager();
+    bool hasWindowManager() const { return m_windowManager != nullptr; }
+
+    // Starts xcompmgr and waits until it owns the compositing manager selection.
+    bool startCompositor();
+    void stopCompositor();
+
+private:
+    bool waitForRootCondition(bool (*condition)(const std::string &display), int timeoutMs) const;
+
+    Options m_options;
+    int m_displayNumber = -1;
+    std::unique_ptr<ChildProcess> m_server;
+    std::unique_ptr<ChildProcess> m_windowManager;
+    std::unique_ptr<ChildProcess> m_compositor;
+};
+
+} // namespace lookpane::testing
