@@ -7,10 +7,16 @@
 namespace lookpane {
 
 // Swatch colour of a mark.
-enum class AnnotationColor { red, yellow, green, blue, white };
+enum class AnnotationColor
+{
+    red,
+    yellow,
+    green,
+    blue,
+    white
+};
 
-template <>
-struct RawEnumTable<AnnotationColor>
+template <> struct RawEnumTable<AnnotationColor>
 {
     static constexpr std::array<std::pair<AnnotationColor, std::string_view>, 5> entries{{
         {AnnotationColor::red, "red"},

@@ -4,10 +4,16 @@
 
 namespace lookpane {
 
-enum class AnnotationTool { freehand, line, arrow, rectangle, ellipse };
+enum class AnnotationTool
+{
+    freehand,
+    line,
+    arrow,
+    rectangle,
+    ellipse
+};
 
-template <>
-struct RawEnumTable<AnnotationTool>
+template <> struct RawEnumTable<AnnotationTool>
 {
     static constexpr std::array<std::pair<AnnotationTool, std::string_view>, 5> entries{{
         {AnnotationTool::freehand, "freehand"},

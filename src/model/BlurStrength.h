@@ -5,10 +5,13 @@
 namespace lookpane {
 
 // Strength of the viewers-only privacy blur.
-enum class BlurStrength { light, strong };
+enum class BlurStrength
+{
+    light,
+    strong
+};
 
-template <>
-struct RawEnumTable<BlurStrength>
+template <> struct RawEnumTable<BlurStrength>
 {
     static constexpr std::array<std::pair<BlurStrength, std::string_view>, 2> entries{{
         {BlurStrength::light, "light"},
@@ -19,8 +22,9 @@ struct RawEnumTable<BlurStrength>
 // The settings window's titles.
 inline QString settingsTitle(BlurStrength strength)
 {
-    return strength == BlurStrength::light ? QStringLiteral("Light — text unreadable, layout visible")
-                                           : QStringLiteral("Strong — nothing legible");
+    return strength == BlurStrength::light
+               ? QStringLiteral("Light — text unreadable, layout visible")
+               : QStringLiteral("Strong — nothing legible");
 }
 
 } // namespace lookpane

@@ -17,8 +17,7 @@ const QString modeKey = QStringLiteral("ShareMode");
 
 FramePreferences::FramePreferences(Preferences &preferences, ScreenLayoutProvider screens)
     : m_preferences(preferences), m_screens(std::move(screens))
-{
-}
+{}
 
 void FramePreferences::saveFrame(const QRectF &rect)
 {

@@ -9,10 +9,16 @@
 namespace lookpane {
 
 // Aspect lock of the frame. `mac` is the 16:10 lock; its name and stored string are kept.
-enum class FrameRatio { free, widescreen, mac, classic, square };
+enum class FrameRatio
+{
+    free,
+    widescreen,
+    mac,
+    classic,
+    square
+};
 
-template <>
-struct RawEnumTable<FrameRatio>
+template <> struct RawEnumTable<FrameRatio>
 {
     static constexpr std::array<std::pair<FrameRatio, std::string_view>, 5> entries{{
         {FrameRatio::free, "free"},

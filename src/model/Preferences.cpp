@@ -6,13 +6,11 @@ Preferences::Preferences()
     : m_settings(std::make_unique<QSettings>(QSettings::NativeFormat, QSettings::UserScope,
                                              QStringLiteral("Lookpane"),
                                              QStringLiteral("Lookpane")))
-{
-}
+{}
 
 Preferences::Preferences(const QString &filePath)
     : m_settings(std::make_unique<QSettings>(filePath, QSettings::NativeFormat))
-{
-}
+{}
 
 Preferences::~Preferences() = default;
 

@@ -12,11 +12,9 @@ namespace lookpane {
 // Every persisted enumeration declares one table of (case, raw string) pairs in declaration
 // order by specialising RawEnumTable. The raw strings are a stored format: they are compared
 // exactly, case and blanks included.
-template <typename E>
-struct RawEnumTable;
+template <typename E> struct RawEnumTable;
 
-template <typename E>
-constexpr auto allCases()
+template <typename E> constexpr auto allCases()
 {
     constexpr auto &entries = RawEnumTable<E>::entries;
     std::array<E, entries.size()> cases{};
@@ -26,8 +24,7 @@ constexpr auto allCases()
     return cases;
 }
 
-template <typename E>
-constexpr std::string_view rawValueView(E value)
+template <typename E> constexpr std::string_view rawValueView(E value)
 {
     for (const auto &[item, raw] : RawEnumTable<E>::entries) {
         if (item == value) {
@@ -37,15 +34,13 @@ constexpr std::string_view rawValueView(E value)
     return {};
 }
 
-template <typename E>
-QString rawValue(E value)
+template <typename E> QString rawValue(E value)
 {
     const std::string_view raw = rawValueView(value);
     return QString::fromLatin1(raw.data(), static_cast<qsizetype>(raw.size()));
 }
 
-template <typename E>
-std::optional<E> fromRawValue(QStringView raw)
+template <typename E> std::optional<E> fromRawValue(QStringView raw)
 {
     for (const auto &[item, text] : RawEnumTable<E>::entries) {
         if (raw == QLatin1StringView(text.data(), static_cast<qsizetype>(text.size()))) {
@@ -56,8 +51,7 @@ std::optional<E> fromRawValue(QStringView raw)
 }
 
 // Position of a case in declaration order, starting at 0.
-template <typename E>
-constexpr std::size_t caseIndex(E value)
+template <typename E> constexpr std::size_t caseIndex(E value)
 {
     const auto &entries = RawEnumTable<E>::entries;
     for (std::size_t i = 0; i < entries.size(); ++i) {

@@ -5,10 +5,13 @@
 namespace lookpane {
 
 // How the shared picture is presented: on the region itself, or in a separate window.
-enum class ShareMode { overlay, detached };
+enum class ShareMode
+{
+    overlay,
+    detached
+};
 
-template <>
-struct RawEnumTable<ShareMode>
+template <> struct RawEnumTable<ShareMode>
 {
     static constexpr std::array<std::pair<ShareMode, std::string_view>, 2> entries{{
         {ShareMode::overlay, "overlay"},

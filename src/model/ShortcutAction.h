@@ -7,10 +7,14 @@
 namespace lookpane {
 
 // Actions that can be bound to a global hot key.
-enum class ShortcutAction { privacyBlur, drawingMode, clearAnnotations };
+enum class ShortcutAction
+{
+    privacyBlur,
+    drawingMode,
+    clearAnnotations
+};
 
-template <>
-struct RawEnumTable<ShortcutAction>
+template <> struct RawEnumTable<ShortcutAction>
 {
     static constexpr std::array<std::pair<ShortcutAction, std::string_view>, 3> entries{{
         {ShortcutAction::privacyBlur, "privacyBlur"},

@@ -78,7 +78,8 @@ TEST(LaunchSmoke, RelaunchRestoresTheSavedFrameInDesignCoordinates)
         QDir(config.path()).mkpath(QStringLiteral("Lookpane"));
         QSettings settings(settingsFile(config), QSettings::NativeFormat);
         // Bottom-left origin: 1080 - (80 + 300) = 700 from the top.
-        settings.setValue(QStringLiteral("FrameWindowFrame"), QStringLiteral("{{100, 80}, {640, 300}}"));
+        settings.setValue(QStringLiteral("FrameWindowFrame"),
+                          QStringLiteral("{{100, 80}, {640, 300}}"));
     }
     ChildProcess lookpane({lookpaneExecutable()}, lookpaneEnvironment(server, config));
     const std::optional<WindowInfo> window =

@@ -7,7 +7,8 @@ namespace lookpane::testing {
 
 // Known pictures that test windows show, computable anywhere so tests can check the pixels
 // they read back. Colours are 0xRRGGBB; x and y count from the window's top-left corner.
-enum class Pattern {
+enum class Pattern
+{
     bars,    // eight vertical colour bars, each 1/8 of the width
     checker, // 16-pixel black and white squares
     solid,   // one colour

@@ -19,8 +19,7 @@ struct FreeDeleter
 {
     void operator()(void *p) const { std::free(p); }
 };
-template <typename T>
-using Reply = std::unique_ptr<T, FreeDeleter>;
+template <typename T> using Reply = std::unique_ptr<T, FreeDeleter>;
 using ConnectionPtr = std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)>;
 
 ConnectionPtr connect(const std::string &display)
@@ -50,10 +49,9 @@ QImage readImage(xcb_connection_t *c, xcb_drawable_t drawable, const QRect &rect
         const int rows = std::min(stripHeight, rect.height() - y);
         Reply<xcb_get_image_reply_t> reply(xcb_get_image_reply(
             c,
-            xcb_get_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, drawable,
-                          static_cast<int16_t>(rect.x()), static_cast<int16_t>(rect.y() + y),
-                          static_cast<uint16_t>(rect.width()), static_cast<uint16_t>(rows),
-                          0xFFFFFFFF),
+            xcb_get_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, drawable, static_cast<int16_t>(rect.x()),
+                          static_cast<int16_t>(rect.y() + y), static_cast<uint16_t>(rect.width()),
+                          static_cast<uint16_t>(rows), 0xFFFFFFFF),
             nullptr));
         if (!reply) {
             return {};
@@ -76,8 +74,7 @@ QImage readImage(xcb_connection_t *c, xcb_drawable_t drawable, const QRect &rect
     return image;
 }
 
-QString propertyText(xcb_connection_t *c, xcb_window_t window, xcb_atom_t property,
-                     xcb_atom_t type)
+QString propertyText(xcb_connection_t *c, xcb_window_t window, xcb_atom_t property, xcb_atom_t type)
 {
     Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
         c, xcb_get_property(c, 0, window, property, type, 0, 1024), nullptr));
@@ -91,8 +88,8 @@ QString propertyText(xcb_connection_t *c, xcb_window_t window, xcb_atom_t proper
 
 std::optional<WindowInfo> describe(xcb_connection_t *c, xcb_window_t window)
 {
-    Reply<xcb_get_window_attributes_reply_t> attributes(xcb_get_window_attributes_reply(
-        c, xcb_get_window_attributes(c, window), nullptr));
+    Reply<xcb_get_window_attributes_reply_t> attributes(
+        xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, window), nullptr));
     Reply<xcb_get_geometry_reply_t> geometry(
         xcb_get_geometry_reply(c, xcb_get_geometry(c, window), nullptr));
     if (!attributes || !geometry) {

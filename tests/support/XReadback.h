@@ -21,8 +21,8 @@ QImage grabWindow(const std::string &display, std::uint32_t window);
 struct WindowInfo
 {
     std::uint32_t id = 0;
-    QString title;       // _NET_WM_NAME, else WM_NAME
-    QRect geometry;      // in root coordinates, without window-manager decorations
+    QString title;  // _NET_WM_NAME, else WM_NAME
+    QRect geometry; // in root coordinates, without window-manager decorations
     bool viewable = false;
 };
 

@@ -3,8 +3,8 @@
 #include <xcb/xcb.h>
 
 #include <chrono>
-#include <cstring>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <thread>
 
@@ -70,8 +70,8 @@ XvfbServer::XvfbServer(Options options) : m_options(options)
     childOptions.captureStdout = true;
     m_server = std::make_unique<ChildProcess>(
         std::vector<std::string>{"Xvfb", "-displayfd", "1", "-screen", "0", screen, "+extension",
-                                 "Composite", "+extension", "RANDR", "-nolisten", "tcp",
-                                 "-noreset", "-dpi", "96"},
+                                 "Composite", "+extension", "RANDR", "-nolisten", "tcp", "-noreset",
+                                 "-dpi", "96"},
         childOptions);
     const std::optional<std::string> line = m_server->readLine(std::chrono::seconds(20));
     if (!line || line->empty()) {

@@ -100,11 +100,11 @@ void paint(xcb_connection_t *c, xcb_window_t window, xcb_gcontext_t gc, const Op
     const int stripRows = std::max(1, (1 << 18) / (o.width * 4));
     for (int y = 0; y < o.height; y += stripRows) {
         const int rows = std::min(stripRows, o.height - y);
-        xcb_put_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, window, gc, static_cast<uint16_t>(o.width),
-                      static_cast<uint16_t>(rows), 0, static_cast<int16_t>(y), 0, 24,
-                      static_cast<uint32_t>(o.width * rows * 4),
-                      reinterpret_cast<const uint8_t *>(&pixels[static_cast<std::size_t>(y) *
-                                                                o.width]));
+        xcb_put_image(
+            c, XCB_IMAGE_FORMAT_Z_PIXMAP, window, gc, static_cast<uint16_t>(o.width),
+            static_cast<uint16_t>(rows), 0, static_cast<int16_t>(y), 0, 24,
+            static_cast<uint32_t>(o.width * rows * 4),
+            reinterpret_cast<const uint8_t *>(&pixels[static_cast<std::size_t>(y) * o.width]));
     }
     xcb_flush(c);
 }
@@ -145,8 +145,8 @@ int main(int argc, char **argv)
     xcb_change_property(c, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
                         static_cast<uint32_t>(classHint.size()), classHint.data());
     const uint32_t pid = static_cast<uint32_t>(getpid());
-    xcb_change_property(c, XCB_PROP_MODE_REPLACE, window, atom(c, "_NET_WM_PID"),
-                        XCB_ATOM_CARDINAL, 32, 1, &pid);
+    xcb_change_property(c, XCB_PROP_MODE_REPLACE, window, atom(c, "_NET_WM_PID"), XCB_ATOM_CARDINAL,
+                        32, 1, &pid);
     // Ask the window manager to keep the requested position (USPosition | USSize).
     uint32_t hints[18] = {};
     hints[0] = 1u | 2u;
