@@ -57,3 +57,21 @@ std::uint32_t PatternWindow::expectedPixel(int x, int y) const
 }
 
 } // namespace lookpane::testing
+
+namespace lookpane::testing {
+
+std::optional<QPoint> PatternWindow::waitForClick(int timeoutMs)
+{
+    if (!m_process) {
+        return std::nullopt;
+    }
+    const auto line = m_process->readLine(std::chrono::milliseconds(timeoutMs));
+    int x = 0;
+    int y = 0;
+    if (!line || std::sscanf(line->c_str(), "click %d %d", &x, &y) != 2) {
+        return std::nullopt;
+    }
+    return QPoint(x, y);
+}
+
+} // namespace lookpane::testing

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace lookpane::testing {
@@ -34,6 +35,9 @@ public:
     pid_t pid() const { return m_process ? m_process->pid() : -1; }
     const Options &options() const { return m_options; }
     void close() { m_process.reset(); }
+
+    // The next "click X Y" the window reported, as a point; none on timeout.
+    std::optional<QPoint> waitForClick(int timeoutMs);
 
     // The expected colour (0xRRGGBB) at a point of the window (not for --animate).
     std::uint32_t expectedPixel(int x, int y) const;

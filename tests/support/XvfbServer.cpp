@@ -58,6 +58,36 @@ bool hasCompositor(const std::string &display)
     return reply && reply->owner != XCB_WINDOW_NONE;
 }
 
+// Openbox announces itself (_NET_SUPPORTING_WM_CHECK) before it handles map requests; a
+// window mapped in between stays unmapped for good. The window manager is ready once a probe
+// window that we map actually becomes viewable.
+bool windowManagerMapsWindows(const std::string &display)
+{
+    ConnectionPtr c = connect(display);
+    if (xcb_connection_has_error(c.get())) {
+        return false;
+    }
+    const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(c.get())).data;
+    const xcb_window_t probe = xcb_generate_id(c.get());
+    xcb_create_window(c.get(), XCB_COPY_FROM_PARENT, probe, screen->root, 0, 0, 1, 1, 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, 0, nullptr);
+    xcb_map_window(c.get(), probe);
+    xcb_flush(c.get());
+    bool viewable = false;
+    for (int i = 0; i < 50 && !viewable; ++i) {
+        std::unique_ptr<xcb_get_window_attributes_reply_t, FreeDeleter> attributes(
+            xcb_get_window_attributes_reply(c.get(), xcb_get_window_attributes(c.get(), probe),
+                                            nullptr));
+        viewable = attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
+        if (!viewable) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+    }
+    xcb_destroy_window(c.get(), probe);
+    xcb_flush(c.get());
+    return viewable;
+}
+
 } // namespace
 
 XvfbServer::XvfbServer(Options options) : m_options(options)
@@ -117,7 +147,8 @@ bool XvfbServer::startWindowManager()
     options.environment["DISPLAY"] = displayName();
     m_windowManager = std::make_unique<ChildProcess>(
         std::vector<std::string>{"openbox", "--sm-disable"}, options);
-    if (!waitForRootCondition(&hasWindowManagerCheck, 15000)) {
+    if (!waitForRootCondition(&hasWindowManagerCheck, 15000) ||
+        !waitForRootCondition(&windowManagerMapsWindows, 15000)) {
         m_windowManager.reset();
         return false;
     }

@@ -6,6 +6,7 @@
 // Prints the window id ("0x...") on standard output once the window is mapped and painted.
 // With --animate it repaints 60 times a second: the pattern scrolls one pixel a frame and the
 // top-left 8 × 8 pixels hold the frame counter (red = counter & 0xFF, green = counter >> 8).
+// Each button press inside the window prints "click X Y" (window coordinates).
 // It exits on SIGTERM or when its window is destroyed.
 #include "Patterns.h"
 
@@ -179,6 +180,11 @@ int main(int argc, char **argv)
                     std::fflush(stdout);
                     announced = true;
                 }
+            } else if (type == XCB_BUTTON_PRESS) {
+                // Tests check that clicks reach this window (or do not).
+                const auto *press = reinterpret_cast<xcb_button_press_event_t *>(event);
+                std::printf("click %d %d\n", press->event_x, press->event_y);
+                std::fflush(stdout);
             } else if (type == XCB_DESTROY_NOTIFY) {
                 stopRequested = 1;
             }

@@ -1,0 +1,122 @@
+#include "frame/BorderlessWindow.h"
+
+#include "frame/EdgeResize.h"
+
+#include <QCloseEvent>
+#include <QMouseEvent>
+
+namespace lookpane {
+
+BorderlessWindow::BorderlessWindow(QWidget *parent)
+    : QWidget(parent, Qt::Window | Qt::FramelessWindowHint)
+{
+    setMouseTracking(true);
+}
+
+void BorderlessWindow::setAspect(const std::optional<QSize> &aspect)
+{
+    m_aspect = aspect;
+}
+
+void BorderlessWindow::mousePressEvent(QMouseEvent *event)
+{
+    if (event->button() != Qt::LeftButton) {
+        QWidget::mousePressEvent(event);
+        return;
+    }
+    m_pressGlobal = event->globalPosition();
+    m_startGeometry = geometry();
+    m_edges = m_resizable ? EdgeResize::edgesAt(event->position(), QSizeF(size()), edgeBand)
+                          : Qt::Edges();
+    if (m_edges) {
+        m_drag = Drag::resizing;
+        if (onLiveResizeBegan) {
+            onLiveResizeBegan();
+        }
+    } else if (m_movableByBackground) {
+        m_drag = Drag::moving;
+    }
+    event->accept();
+}
+
+void BorderlessWindow::mouseMoveEvent(QMouseEvent *event)
+{
+    const QPointF delta = event->globalPosition() - m_pressGlobal;
+    switch (m_drag) {
+    case Drag::none:
+        updateCursor(event->position());
+        break;
+    case Drag::moving:
+        move(m_startGeometry.topLeft() + delta.toPoint());
+        break;
+    case Drag::resizing: {
+        const QRectF next = EdgeResize::resized(QRectF(m_startGeometry), m_edges, delta, m_aspect,
+                                                QSizeF(minimumSize()));
+        setGeometry(next.toRect());
+        break;
+    }
+    }
+    event->accept();
+}
+
+void BorderlessWindow::mouseReleaseEvent(QMouseEvent *event)
+{
+    if (event->button() != Qt::LeftButton) {
+        QWidget::mouseReleaseEvent(event);
+        return;
+    }
+    const Drag finished = m_drag;
+    m_drag = Drag::none;
+    if (finished == Drag::resizing && onLiveResizeEnded) {
+        onLiveResizeEnded();
+    }
+    event->accept();
+}
+
+void BorderlessWindow::updateCursor(const QPointF &position)
+{
+    const Qt::Edges edges =
+        m_resizable ? EdgeResize::edgesAt(position, QSizeF(size()), edgeBand) : Qt::Edges();
+    Qt::CursorShape shape = Qt::ArrowCursor;
+    if (edges == (Qt::LeftEdge | Qt::TopEdge) || edges == (Qt::RightEdge | Qt::BottomEdge)) {
+        shape = Qt::SizeFDiagCursor;
+    } else if (edges == (Qt::RightEdge | Qt::TopEdge) || edges == (Qt::LeftEdge | Qt::BottomEdge)) {
+        shape = Qt::SizeBDiagCursor;
+    } else if (edges & (Qt::LeftEdge | Qt::RightEdge)) {
+        shape = Qt::SizeHorCursor;
+    } else if (edges & (Qt::TopEdge | Qt::BottomEdge)) {
+        shape = Qt::SizeVerCursor;
+    } else if (m_movableByBackground) {
+        shape = Qt::OpenHandCursor;
+    }
+    if (cursor().shape() != shape) {
+        setCursor(shape);
+    }
+}
+
+void BorderlessWindow::moveEvent(QMoveEvent *event)
+{
+    QWidget::moveEvent(event);
+    if (onMoved) {
+        onMoved();
+    }
+}
+
+void BorderlessWindow::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    if (onResized) {
+        onResized();
+    }
+}
+
+void BorderlessWindow::closeEvent(QCloseEvent *event)
+{
+    // Lookpane's windows live as long as the application; closing one hides Lookpane.
+    event->ignore();
+    if (onCloseRequested) {
+        onCloseRequested();
+    }
+}
+
+} // namespace lookpane

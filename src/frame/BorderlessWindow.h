@@ -1,0 +1,68 @@
+#pragma once
+
+#include <QPointer>
+#include <QWidget>
+
+#include <functional>
+#include <optional>
+
+namespace lookpane {
+
+// A frameless top-level window that the user moves by dragging its background and resizes
+// from 12-point bands along its edges, holding a locked aspect ratio while doing so. Both of
+// Lookpane's windows (the frame and the detached share window) are of this kind.
+class BorderlessWindow : public QWidget
+{
+    Q_OBJECT
+public:
+    static constexpr int edgeBand = 12;
+
+    explicit BorderlessWindow(QWidget *parent = nullptr);
+
+    // Reported after the window moved or was resized (by the user or by code), and around an
+    // interactive resize from the edges.
+    std::function<void()> onMoved;
+    std::function<void()> onResized;
+    std::function<void()> onLiveResizeBegan;
+    std::function<void()> onLiveResizeEnded;
+    // The window manager (or the user) asked to close the window; it stays open.
+    std::function<void()> onCloseRequested;
+
+    // The width : height held during interactive resizes; none releases it.
+    void setAspect(const std::optional<QSize> &aspect);
+    std::optional<QSize> aspect() const { return m_aspect; }
+
+    void setMovableByBackground(bool movable) { m_movableByBackground = movable; }
+    bool isMovableByBackground() const { return m_movableByBackground; }
+    void setResizable(bool resizable) { m_resizable = resizable; }
+
+    bool isLiveResizing() const { return m_drag == Drag::resizing; }
+
+protected:
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void moveEvent(QMoveEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void closeEvent(QCloseEvent *event) override;
+
+private:
+    enum class Drag
+    {
+        none,
+        moving,
+        resizing
+    };
+
+    void updateCursor(const QPointF &position);
+
+    std::optional<QSize> m_aspect;
+    bool m_movableByBackground = true;
+    bool m_resizable = true;
+    Drag m_drag = Drag::none;
+    Qt::Edges m_edges;
+    QPointF m_pressGlobal;
+    QRect m_startGeometry;
+};
+
+} // namespace lookpane

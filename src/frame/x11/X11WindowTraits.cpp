@@ -1,0 +1,136 @@
+#include "frame/x11/X11WindowTraits.h"
+
+#include <QGuiApplication>
+#include <QWidget>
+
+#include <xcb/shape.h>
+#include <xcb/xcb.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+namespace lookpane::X11WindowTraits {
+
+namespace {
+
+xcb_connection_t *connection()
+{
+    const auto *x11 =
+        qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
+    return x11 ? x11->connection() : nullptr;
+}
+
+xcb_window_t nativeWindow(QWidget *window)
+{
+    if (!window || !window->isWindow() || !window->testAttribute(Qt::WA_WState_Created)) {
+        return XCB_WINDOW_NONE;
+    }
+    return static_cast<xcb_window_t>(window->winId());
+}
+
+// Sends a request and waits for its outcome, so that an error (a window destroyed by someone
+// else meanwhile) is consumed here instead of reaching Qt's error handler.
+bool checked(xcb_connection_t *c, xcb_void_cookie_t cookie)
+{
+    std::unique_ptr<xcb_generic_error_t, decltype(&std::free)> error(xcb_request_check(c, cookie),
+                                                                     &std::free);
+    return !error;
+}
+
+} // namespace
+
+bool setInputRegion(QWidget *window, const std::vector<QRect> &rects)
+{
+    xcb_connection_t *c = connection();
+    const xcb_window_t id = nativeWindow(window);
+    if (!c || id == XCB_WINDOW_NONE) {
+        return false;
+    }
+    const qreal scale = window->devicePixelRatioF();
+    std::vector<xcb_rectangle_t> xrects;
+    xrects.reserve(rects.size());
+    for (const QRect &r : rects) {
+        if (r.isEmpty()) {
+            continue;
+        }
+        xrects.push_back({static_cast<int16_t>(qRound(r.x() * scale)),
+                          static_cast<int16_t>(qRound(r.y() * scale)),
+                          static_cast<uint16_t>(qRound(r.width() * scale)),
+                          static_cast<uint16_t>(qRound(r.height() * scale))});
+    }
+    if (xrects.empty()) {
+        // A shape without rectangles reads to some window managers (openbox) as "not shaped",
+        // and their frame window then swallows the clicks. One rectangle outside the window
+        // gives the same empty region without that ambiguity.
+        xrects.push_back({-1, -1, 1, 1});
+    }
+    return checked(c, xcb_shape_rectangles_checked(
+                          c, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED, id,
+                          0, 0, static_cast<uint32_t>(xrects.size()), xrects.data()));
+}
+
+bool clearInputRegion(QWidget *window)
+{
+    xcb_connection_t *c = connection();
+    const xcb_window_t id = nativeWindow(window);
+    if (!c || id == XCB_WINDOW_NONE) {
+        return false;
+    }
+    // A "none" mask resets the input shape to the window's own extent.
+    return checked(c, xcb_shape_mask_checked(c, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, id, 0, 0,
+                                             XCB_PIXMAP_NONE));
+}
+
+std::vector<QRect> edgeBands(const QSize &size, int band)
+{
+    const int w = size.width();
+    const int h = size.height();
+    if (w <= 2 * band || h <= 2 * band) {
+        return {QRect(0, 0, w, h)};
+    }
+    return {
+        QRect(0, 0, w, band),                      // top
+        QRect(0, h - band, w, band),               // bottom
+        QRect(0, band, band, h - 2 * band),        // left
+        QRect(w - band, band, band, h - 2 * band), // right
+    };
+}
+
+bool setOnAllDesktops(QWidget *window)
+{
+    xcb_connection_t *c = connection();
+    const xcb_window_t id = nativeWindow(window);
+    if (!c || id == XCB_WINDOW_NONE) {
+        return false;
+    }
+    const char *name = "_NET_WM_DESKTOP";
+    std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> atom(
+        xcb_intern_atom_reply(
+            c, xcb_intern_atom(c, 0, static_cast<uint16_t>(std::strlen(name)), name), nullptr),
+        &std::free);
+    if (!atom) {
+        return false;
+    }
+    const uint32_t allDesktops = 0xFFFFFFFF;
+    // The property covers an unmapped window; a mapped one also needs the client message, which
+    // the window manager acts on.
+    bool ok = checked(c, xcb_change_property_checked(c, XCB_PROP_MODE_REPLACE, id, atom->atom,
+                                                     XCB_ATOM_CARDINAL, 32, 1, &allDesktops));
+    xcb_client_message_event_t message = {};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = id;
+    message.type = atom->atom;
+    message.data.data32[0] = allDesktops;
+    message.data.data32[1] = 1; // from a normal application
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(c)).data->root;
+    ok = checked(c, xcb_send_event_checked(c, 0, root,
+                                           XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT |
+                                               XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                                           reinterpret_cast<const char *>(&message))) &&
+         ok;
+    return ok;
+}
+
+} // namespace lookpane::X11WindowTraits

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QRect>
+
+#include <cstdint>
+#include <vector>
+
+class QWidget;
+
+// Window properties that Qt does not offer on X11, set on a shown top-level window.
+// Each function does nothing (and returns false) off X11 or for a window without a native
+// handle; X errors (a window that vanished) are swallowed.
+namespace lookpane::X11WindowTraits {
+
+// Sets the window's input shape to `rects` (window coordinates, pixels): clicks outside them
+// go to whatever lies beneath. An empty list lets every click through.
+bool setInputRegion(QWidget *window, const std::vector<QRect> &rects);
+// Restores the default input shape: the whole window takes clicks.
+bool clearInputRegion(QWidget *window);
+
+// The bands along the window's edges that take clicks while its interior lets them through.
+std::vector<QRect> edgeBands(const QSize &size, int band);
+
+// Shows the window on every virtual desktop (_NET_WM_DESKTOP 0xFFFFFFFF).
+bool setOnAllDesktops(QWidget *window);
+
+} // namespace lookpane::X11WindowTraits

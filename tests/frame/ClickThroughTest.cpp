@@ -1,0 +1,177 @@
+// Click-through as X11 input shapes: the interior of a window lets clicks reach the window
+// beneath, the edge bands take them.
+#include "ChildProcess.h"
+#include "PatternWindow.h"
+#include "TestDisplay.h"
+#include "XReadback.h"
+
+#include "frame/BorderlessWindow.h"
+#include "frame/x11/X11WindowTraits.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QMouseEvent>
+
+using namespace lookpane;
+using namespace lookpane::testing;
+
+namespace {
+
+void waitUntil(const std::function<bool()> &condition, int timeoutMs = 5000)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition() && timer.elapsed() < timeoutMs) {
+        QApplication::processEvents(QEventLoop::AllEvents, 20);
+    }
+}
+
+void xdotool(const std::vector<std::string> &args)
+{
+    std::vector<std::string> argv{"xdotool"};
+    argv.insert(argv.end(), args.begin(), args.end());
+    ChildProcess::Options options;
+    options.environment["DISPLAY"] = testDisplay().displayName();
+    ChildProcess process(argv, options);
+    process.waitForExit(std::chrono::seconds(5));
+}
+
+QRect placedGeometry(const PatternWindow &pattern)
+{
+    return windowInfo(testDisplay().displayName(), pattern.window())
+        .value_or(WindowInfo{})
+        .geometry;
+}
+
+class PressCounter : public QObject
+{
+public:
+    int presses = 0;
+
+protected:
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::MouseButtonPress) {
+            ++presses;
+        }
+        return false;
+    }
+};
+
+class ClickThrough : public ::testing::Test
+{
+protected:
+    static void SetUpTestSuite() { ASSERT_TRUE(testDisplay().startWindowManager()); }
+};
+
+} // namespace
+
+TEST_F(ClickThrough, InteriorClicksReachTheWindowBeneathAndEdgeBandsTakeThem)
+{
+    PatternWindow pattern(testDisplay().displayName(),
+                          {QRect(200, 200, 640, 360), Pattern::bars, 0, "Beneath"});
+    ASSERT_TRUE(pattern.isShown());
+    // Where the window manager put the pattern window's contents (below its title bar).
+    const QRect beneath = placedGeometry(pattern);
+    const auto at = [&](int x, int y) {
+        return std::vector<std::string>{"mousemove", "--sync", std::to_string(beneath.x() + x),
+                                        std::to_string(beneath.y() + y)};
+    };
+
+    BorderlessWindow frame;
+    frame.setWindowFlag(Qt::WindowStaysOnTopHint);
+    frame.setGeometry(beneath);
+    PressCounter counter;
+    frame.installEventFilter(&counter);
+    frame.show();
+    waitUntil([&] {
+        return windowInfo(testDisplay().displayName(), frame.winId())
+            .value_or(WindowInfo{})
+            .viewable;
+    });
+    ASSERT_TRUE(
+        X11WindowTraits::setInputRegion(&frame, X11WindowTraits::edgeBands({640, 360}, 12)));
+    QApplication::processEvents();
+
+    // Interior: the pattern window gets the click, the frame does not.
+    xdotool(at(320, 180));
+    xdotool({"click", "1"});
+    const std::optional<QPoint> click = pattern.waitForClick(3000);
+    ASSERT_TRUE(click.has_value()) << "the click did not pass through the frame";
+    EXPECT_EQ(*click, QPoint(320, 180));
+    waitUntil([] { return false; }, 200);
+    EXPECT_EQ(counter.presses, 0);
+
+    // Left band (x = 5) and top band (y = 5): the frame takes the click.
+    xdotool(at(5, 180));
+    xdotool({"click", "1"});
+    waitUntil([&] { return counter.presses >= 1; });
+    EXPECT_EQ(counter.presses, 1);
+    xdotool(at(320, 5));
+    xdotool({"click", "1"});
+    waitUntil([&] { return counter.presses >= 2; });
+    EXPECT_EQ(counter.presses, 2);
+    EXPECT_FALSE(pattern.waitForClick(300).has_value());
+
+    // Back to a full input shape: the interior takes clicks again.
+    ASSERT_TRUE(X11WindowTraits::clearInputRegion(&frame));
+    xdotool(at(320, 180));
+    xdotool({"click", "1"});
+    waitUntil([&] { return counter.presses >= 3; });
+    EXPECT_EQ(counter.presses, 3);
+    EXPECT_FALSE(pattern.waitForClick(300).has_value());
+}
+
+TEST_F(ClickThrough, AnEmptyInputRegionLetsEveryClickThrough)
+{
+    PatternWindow pattern(testDisplay().displayName(),
+                          {QRect(300, 300, 400, 300), Pattern::checker, 0, "Under"});
+    ASSERT_TRUE(pattern.isShown());
+    const QRect beneath = placedGeometry(pattern);
+    BorderlessWindow frame;
+    frame.setWindowFlag(Qt::WindowStaysOnTopHint);
+    frame.setGeometry(beneath);
+    frame.show();
+    waitUntil([&] {
+        return windowInfo(testDisplay().displayName(), frame.winId())
+            .value_or(WindowInfo{})
+            .viewable;
+    });
+    ASSERT_TRUE(X11WindowTraits::setInputRegion(&frame, {}));
+    xdotool(
+        {"mousemove", "--sync", std::to_string(beneath.x() + 2), std::to_string(beneath.y() + 2)});
+    xdotool({"click", "1"});
+    const std::optional<QPoint> click = pattern.waitForClick(3000);
+    ASSERT_TRUE(click.has_value());
+    EXPECT_EQ(*click, QPoint(2, 2));
+}
+
+TEST_F(ClickThrough, DraggingTheRightEdgeResizesAndHoldsTheLockedRatio)
+{
+    BorderlessWindow frame;
+    frame.setMinimumSize(320, 180);
+    frame.setAspect(QSize(16, 9));
+    frame.setGeometry(100, 100, 640, 360);
+    int began = 0;
+    int ended = 0;
+    frame.onLiveResizeBegan = [&] { ++began; };
+    frame.onLiveResizeEnded = [&] { ++ended; };
+    frame.show();
+    waitUntil([&] {
+        return windowInfo(testDisplay().displayName(), frame.winId())
+            .value_or(WindowInfo{})
+            .viewable;
+    });
+    waitUntil([&] { return frame.geometry() == QRect(100, 100, 640, 360); });
+    xdotool({"mousemove", "--sync", "735", "280"});
+    xdotool({"mousedown", "1"});
+    xdotool({"mousemove", "--sync", "895", "280"});
+    waitUntil([&] { return frame.width() == 800; });
+    xdotool({"mouseup", "1"});
+    waitUntil([&] { return ended == 1; });
+    EXPECT_EQ(began, 1);
+    EXPECT_EQ(ended, 1);
+    EXPECT_EQ(frame.geometry(), QRect(100, 100, 800, 450));
+}
