@@ -114,3 +114,31 @@ TEST(LaunchSmoke, CtrlQQuits)
     ASSERT_TRUE(WIFEXITED(*status));
     EXPECT_EQ(WEXITSTATUS(*status), 0);
 }
+
+TEST(LaunchSmoke, ASecondLaunchOnTheSameDisplayLeavesTheFirstRunningAndExits)
+{
+    XvfbServer server({1280, 720});
+    ASSERT_TRUE(server.isRunning());
+    QTemporaryDir config;
+    ChildProcess first({lookpaneExecutable()}, lookpaneEnvironment(server, config));
+    ASSERT_TRUE(waitForViewableWindow(server.displayName(), QStringLiteral("Lookpane"), 15000));
+
+    ChildProcess second({lookpaneExecutable()}, lookpaneEnvironment(server, config));
+    const std::optional<int> secondStatus = second.waitForExit(std::chrono::seconds(10));
+    ASSERT_TRUE(secondStatus.has_value()) << "the second Lookpane kept running";
+    ASSERT_TRUE(WIFEXITED(*secondStatus));
+    EXPECT_EQ(WEXITSTATUS(*secondStatus), 0);
+    int viewable = 0;
+    for (const WindowInfo &info :
+         findWindowsByTitle(server.displayName(), QStringLiteral("Lookpane"))) {
+        viewable += info.viewable ? 1 : 0;
+    }
+    EXPECT_EQ(viewable, 1);
+
+    // The first one is still there and still quits cleanly.
+    EXPECT_FALSE(first.waitForExit(std::chrono::milliseconds(100)).has_value());
+    first.signal(SIGTERM);
+    const std::optional<int> status = first.waitForExit(std::chrono::seconds(10));
+    ASSERT_TRUE(status && WIFEXITED(*status));
+    EXPECT_EQ(WEXITSTATUS(*status), 0);
+}
