@@ -94,15 +94,7 @@ struct StreamConfiguration
 };
 
 // Frame status as the stream reports it with each sample; only complete frames are shown.
-enum class FrameStatus
-{
-    complete,
-    idle,
-    blank,
-    suspended,
-    started,
-    stopped
-};
+enum class FrameStatus { complete, idle, blank, suspended, started, stopped };
 
 struct CaptureSample
 {
@@ -139,8 +131,8 @@ public:
     virtual void requestAccess(std::function<void(bool granted)> done) = 0;
     virtual void loadShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly,
                                       std::function<void(ShareableContentResult)> done) = 0;
-    virtual std::unique_ptr<CaptureStream>
-    createStream(const ContentFilter &filter, const StreamConfiguration &configuration) = 0;
+    virtual std::unique_ptr<CaptureStream> createStream(const ContentFilter &filter,
+                                                        const StreamConfiguration &configuration) = 0;
 };
 
 } // namespace lookpane

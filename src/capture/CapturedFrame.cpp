@@ -9,7 +9,8 @@ CapturedFrame::CapturedFrame(int width, int height, int bytesPerRow, const std::
                              std::shared_ptr<const void> storage, std::int64_t timestampNs)
     : m_width(width), m_height(height), m_bytesPerRow(bytesPerRow), m_pixels(pixels),
       m_storage(std::move(storage)), m_timestampNs(timestampNs)
-{}
+{
+}
 
 CapturedFrame CapturedFrame::fromImage(const QImage &image, std::int64_t timestampNs)
 {
