@@ -1,0 +1,44 @@
+#include "shortcuts/ModifierMapping.h"
+
+namespace lookpane {
+
+std::uint16_t x11Modifiers(const KeyCombo &combo)
+{
+    std::uint16_t mask = 0;
+    if (combo.modifiers & ModifierFlag::command) {
+        mask |= X11Modifier::control;
+    }
+    if (combo.modifiers & ModifierFlag::shift) {
+        mask |= X11Modifier::shift;
+    }
+    if (combo.modifiers & ModifierFlag::option) {
+        mask |= X11Modifier::mod1;
+    }
+    if (combo.modifiers & ModifierFlag::control) {
+        mask |= X11Modifier::mod4;
+    }
+    return mask;
+}
+
+std::uint64_t modifierFlagsFromX11State(std::uint32_t state)
+{
+    std::uint64_t flags = 0;
+    if (state & X11Modifier::shift) {
+        flags |= ModifierFlag::shift;
+    }
+    if (state & X11Modifier::lock) {
+        flags |= ModifierFlag::capsLock;
+    }
+    if (state & X11Modifier::control) {
+        flags |= ModifierFlag::command;
+    }
+    if (state & X11Modifier::mod1) {
+        flags |= ModifierFlag::option;
+    }
+    if (state & X11Modifier::mod4) {
+        flags |= ModifierFlag::control;
+    }
+    return flags;
+}
+
+} // namespace lookpane
