@@ -1,0 +1,123 @@
+#pragma once
+
+#include "capture/CapturedFrame.h"
+
+#include <QOpenGLExtraFunctions>
+#include <QSize>
+#include <QString>
+#include <QVector4D>
+
+#include <cstdint>
+
+namespace lookpane {
+
+// What the fragment stage is told to do (the effects vector's x lane).
+enum class BlurState
+{
+    none = 0,
+    blur = 1,
+    failSafe = 2
+};
+
+// How a blurred picture is produced. `fullSize` runs the nine taps for every pixel of the
+// view; `reduced` runs them into a target a few times smaller than the picture (one texel per
+// quarter of a blur block, at most eight pixels) and stretches that linearly over the view.
+// The blurred picture varies over a whole block, so the two differ by a few levels at most
+// (checked by the renderer's tests), while the reduced path costs a fraction of the fill.
+enum class BlurPath
+{
+    reduced,
+    fullSize
+};
+
+struct RenderSettings
+{
+    bool blurEnabled = false;
+    double blurBlockPoints = 16.0;
+    double captureScale = 2.0;
+    BlurPath path = BlurPath::reduced;
+};
+
+struct DrawResult
+{
+    bool drewPicture = false;
+    BlurState state = BlurState::none;
+    // x: state, y: level, z: spacing, w: 0, exactly as uploaded.
+    QVector4D effects;
+    // Size of the intermediate blur target; empty when the taps ran at full size.
+    QSize reducedSize;
+};
+
+// The GL side of the capture view: programs, textures, the mip chain and the draw. Lives in
+// one GL context, which must be current for every call, including destruction.
+class CaptureRenderer : protected QOpenGLExtraFunctions
+{
+public:
+    CaptureRenderer() = default;
+    ~CaptureRenderer();
+    CaptureRenderer(const CaptureRenderer &) = delete;
+    CaptureRenderer &operator=(const CaptureRenderer &) = delete;
+
+    // Compiles the programs and makes the fixed objects; false (with a reason) when the
+    // context cannot run them.
+    bool initialize();
+    const QString &failureReason() const { return m_failureReason; }
+
+    // The picture to draw from now on; uploaded at the next draw that needs it.
+    void setFrame(const CapturedFrame &frame);
+    const CapturedFrame &frame() const { return m_frame; }
+
+    // A mip chain for a picture wider or taller than this is not built (0: the GL limit).
+    void setMaximumMipChainSide(int pixels);
+    bool hasMipChain() const { return m_mipTexture != 0; }
+    int mipLevels() const { return m_mipLevels; }
+
+    // Draws into `framebuffer` (viewport `viewportPixels`). Without a frame it clears to
+    // black and reports drewPicture false.
+    DrawResult draw(GLuint framebuffer, QSize viewportPixels, const RenderSettings &settings);
+
+    // Forgets every GL name without deleting it, for a context that is already gone.
+    void abandon() { m_initialized = false; }
+
+    // Copies the current frame into the plain texture and waits for it (benchmarks).
+    void uploadForTiming();
+
+private:
+    bool uploadPlain();
+    bool uploadMipChain();
+    bool ensureMipChain(QSize size);
+    void releaseMipChain();
+    bool ensureReducedTarget(QSize size);
+    void uploadPixels(GLuint texture);
+    void drawStrip();
+
+    QString m_failureReason;
+    bool m_initialized = false;
+    GLuint m_captureProgram = 0;
+    GLuint m_presentProgram = 0;
+    GLuint m_vertexArray = 0;
+    GLuint m_effectsBuffer = 0;
+    GLuint m_plainSampler = 0;
+    GLuint m_blurSampler = 0;
+    GLuint m_presentSampler = 0;
+
+    CapturedFrame m_frame;
+    std::uint64_t m_frameGeneration = 0;
+
+    GLuint m_plainTexture = 0;
+    QSize m_plainSize;
+    std::uint64_t m_plainGeneration = 0;
+
+    GLuint m_mipTexture = 0;
+    QSize m_mipSize;
+    int m_mipLevels = 0;
+    std::uint64_t m_mipGeneration = 0;
+    int m_maximumMipChainSide = 0;
+    bool m_mipChainLimitChanged = false;
+
+    GLuint m_reducedTexture = 0;
+    GLuint m_reducedFramebuffer = 0;
+    QSize m_reducedSize;
+};
+
+} // namespace lookpane

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QByteArray>
+
+namespace lookpane {
+
+// The GPU programs of the capture renderer, held as text and compiled when a view is made.
+// The header line differs between desktop OpenGL 3.3 core and OpenGL ES 3.0; the bodies are
+// the same.
+
+// The picture program: entry points lookpaneVertex and lookpaneFragment, the effects block
+// `Effects { vec4 params; }` (x: blur state 0 / 1 / 2, y: mip level, z: tap spacing, w: 0).
+QByteArray captureVertexShader(bool gles);
+QByteArray captureFragmentShader(bool gles);
+
+// Stretches a reduced-size blur target over the whole view with linear filtering.
+QByteArray presentVertexShader(bool gles);
+QByteArray presentFragmentShader(bool gles);
+
+} // namespace lookpane

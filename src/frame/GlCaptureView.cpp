@@ -1,0 +1,206 @@
+#include "frame/GlCaptureView.h"
+
+#include <QOffscreenSurface>
+#include <QOpenGLContext>
+#include <QSurfaceFormat>
+#include <QTimer>
+
+namespace lookpane {
+
+namespace {
+
+QSurfaceFormat captureFormat()
+{
+    QSurfaceFormat format;
+    if (QOpenGLContext::openGLModuleType() == QOpenGLContext::LibGLES) {
+        format.setRenderableType(QSurfaceFormat::OpenGLES);
+        format.setVersion(3, 0);
+    } else {
+        format.setRenderableType(QSurfaceFormat::OpenGL);
+        format.setVersion(3, 3);
+        format.setProfile(QSurfaceFormat::CoreProfile);
+    }
+    format.setDepthBufferSize(0);
+    format.setStencilBufferSize(0);
+    return format;
+}
+
+// Builds the programs once in a throw-away context, so a view is only made where it can draw.
+bool canRenderHere()
+{
+    QOpenGLContext context;
+    context.setFormat(captureFormat());
+    if (!context.create()) {
+        return false;
+    }
+    QOffscreenSurface surface;
+    surface.setFormat(context.format());
+    surface.create();
+    if (!surface.isValid() || !context.makeCurrent(&surface)) {
+        return false;
+    }
+    bool ok = false;
+    {
+        CaptureRenderer probe;
+        ok = probe.initialize();
+    }
+    context.doneCurrent();
+    return ok;
+}
+
+} // namespace
+
+std::unique_ptr<GlCaptureView> GlCaptureView::make(QWidget *parent)
+{
+    if (!canRenderHere()) {
+        return nullptr;
+    }
+    return std::unique_ptr<GlCaptureView>(new GlCaptureView(parent));
+}
+
+GlCaptureView::GlCaptureView(QWidget *parent) : QOpenGLWidget(parent)
+{
+    setFormat(captureFormat());
+    // The picture covers the whole view; nothing below needs painting.
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    setUpdateBehavior(QOpenGLWidget::NoPartialUpdate);
+}
+
+GlCaptureView::~GlCaptureView()
+{
+    releaseRenderer();
+}
+
+void GlCaptureView::releaseRenderer()
+{
+    if (!m_renderer) {
+        return;
+    }
+    if (context() != nullptr) {
+        makeCurrent();
+        m_renderer.reset();
+        doneCurrent();
+    } else {
+        // Without its context the GL names are already gone with it.
+        m_renderer->abandon();
+        m_renderer.reset();
+    }
+}
+
+void GlCaptureView::initializeGL()
+{
+    // A move to another window gives the view a new context: the old objects go with the old.
+    connect(context(), &QOpenGLContext::aboutToBeDestroyed, this, &GlCaptureView::releaseRenderer,
+            Qt::UniqueConnection);
+    auto renderer = std::make_unique<CaptureRenderer>();
+    if (!renderer->initialize()) {
+        if (!m_unavailable) {
+            m_unavailable = true;
+            if (onUnavailable) {
+                // Not from inside Qt's GL set-up: the owner may hide or replace this view.
+                QTimer::singleShot(0, this, [this] {
+                    if (onUnavailable) {
+                        onUnavailable();
+                    }
+                });
+            }
+        }
+        return;
+    }
+    renderer->setMaximumMipChainSide(m_maximumMipChainSide);
+    renderer->setFrame(m_frame);
+    m_renderer = std::move(renderer);
+}
+
+void GlCaptureView::resizeGL(int, int)
+{
+    m_hasRenderedFrame = false;
+}
+
+void GlCaptureView::paintGL()
+{
+    ++m_drawCount;
+    const QSize pixels = size() * devicePixelRatioF();
+    if (!m_renderer) {
+        glClearColor(0.0f, 0.0f, 0.0f, 1.0f);
+        glClear(GL_COLOR_BUFFER_BIT);
+        m_lastDraw = DrawResult{};
+        return;
+    }
+    m_lastDraw = m_renderer->draw(defaultFramebufferObject(), pixels, m_settings);
+    m_hasRenderedFrame = m_lastDraw.drewPicture;
+}
+
+void GlCaptureView::setFrame(const CapturedFrame &frame)
+{
+    m_frame = frame;
+    if (m_renderer) {
+        // Only a reference is kept here; the pixels are copied to the GPU at the next draw.
+        m_renderer->setFrame(frame);
+    }
+    m_hasRenderedFrame = false;
+    update();
+}
+
+void GlCaptureView::requestRedraw(bool immediately)
+{
+    m_hasRenderedFrame = false;
+    if (m_frame.isNull()) {
+        return;
+    }
+    if (immediately && isVisible()) {
+        repaint();
+    } else {
+        update();
+    }
+}
+
+void GlCaptureView::setBlurEnabled(bool enabled)
+{
+    if (m_settings.blurEnabled == enabled) {
+        return;
+    }
+    m_settings.blurEnabled = enabled;
+    requestRedraw(true);
+}
+
+void GlCaptureView::setBlurBlockPoints(double points)
+{
+    if (m_settings.blurBlockPoints == points) {
+        return;
+    }
+    m_settings.blurBlockPoints = points;
+    requestRedraw(true);
+}
+
+void GlCaptureView::setCaptureScale(double scale)
+{
+    if (m_settings.captureScale == scale) {
+        return;
+    }
+    m_settings.captureScale = scale;
+    requestRedraw(true);
+}
+
+void GlCaptureView::setBlurPath(BlurPath path)
+{
+    if (m_settings.path == path) {
+        return;
+    }
+    m_settings.path = path;
+    requestRedraw(true);
+}
+
+void GlCaptureView::setMaximumMipChainSide(int pixels)
+{
+    if (m_maximumMipChainSide == pixels) {
+        return;
+    }
+    m_maximumMipChainSide = pixels;
+    if (m_renderer) {
+        m_renderer->setMaximumMipChainSide(pixels);
+    }
+    requestRedraw(false);
+}
+
+} // namespace lookpane

@@ -1,0 +1,168 @@
+#include "frame/PreviewView.h"
+
+#include "annotation/AnnotationCanvasView.h"
+#include "frame/GlCaptureView.h"
+#include "frame/ScopeBorderView.h"
+
+#include <QFontMetricsF>
+#include <QPainter>
+
+namespace lookpane {
+
+PreviewView::PreviewView(bool showsAuthoringChrome, QWidget *parent,
+                         CaptureViewFactory makeCaptureView)
+    : QWidget(parent)
+{
+    std::unique_ptr<GlCaptureView> captureView =
+        makeCaptureView ? makeCaptureView(this) : GlCaptureView::make(this);
+    if (captureView) {
+        captureView->setParent(this);
+        captureView->hide();
+        captureView->onUnavailable = [this] { captureViewBecameUnavailable(); };
+        m_captureView = captureView.release(); // owned by this view from here on
+    } else {
+        m_message = unavailableMessage();
+    }
+    if (showsAuthoringChrome) {
+        m_scopeBorderView = new ScopeBorderView(this);
+    }
+    m_annotationCanvas = new AnnotationCanvasView(this);
+    if (showsAuthoringChrome) {
+        // The canvas lives and dies with this view, so plain captures of `this` are safe.
+        m_annotationCanvas->onDraftChanged = [this](const Annotation &draft) {
+            if (onAnnotationDraftChanged) {
+                onAnnotationDraftChanged(draft);
+            }
+        };
+        m_annotationCanvas->onCommit = [this] {
+            if (onAnnotationCommitted) {
+                onAnnotationCommitted();
+            }
+        };
+    }
+    applyStyle();
+}
+
+PreviewView::~PreviewView() = default;
+
+QString PreviewView::unavailableMessage()
+{
+    return QStringLiteral(
+        "This computer can't render the Lookpane preview (OpenGL is unavailable)");
+}
+
+QFont PreviewView::messageFont()
+{
+    QFont font;
+    font.setPixelSize(16);
+    font.setWeight(QFont::Medium);
+    return font;
+}
+
+void PreviewView::setCaptureViewVisible(bool visible)
+{
+    if (GlCaptureView *view = m_captureView) {
+        view->setVisible(visible);
+    }
+}
+
+void PreviewView::setPreviewStyle(Style style)
+{
+    if (m_style == style) {
+        return;
+    }
+    m_style = style;
+    applyStyle();
+}
+
+void PreviewView::applyStyle()
+{
+    if (m_style == Style::mirror) {
+        setAttribute(Qt::WA_TranslucentBackground, false);
+        setCaptureViewVisible(!m_message.has_value() && m_hasCapturedFrame);
+    } else {
+        setAttribute(Qt::WA_TranslucentBackground, true);
+        setCaptureViewVisible(false);
+    }
+    if (m_scopeBorderView != nullptr) {
+        m_scopeBorderView->setPreviewStyle(m_style);
+    }
+    update();
+}
+
+void PreviewView::setCapturedFrame(const CapturedFrame &frame)
+{
+    if (!m_captureView) {
+        return;
+    }
+    GlCaptureView *view = m_captureView;
+    m_hasCapturedFrame = true;
+    m_message.reset();
+    update();
+    view->setFrame(frame);
+    setCaptureViewVisible(m_style == Style::mirror);
+}
+
+void PreviewView::setCaptureMessage(const std::optional<QString> &message)
+{
+    if (!m_captureView) {
+        return;
+    }
+    m_message = message;
+    update();
+    setCaptureViewVisible(!m_message.has_value() && m_style == Style::mirror);
+}
+
+void PreviewView::setBlurStrength(BlurStrength strength)
+{
+    if (GlCaptureView *view = m_captureView) {
+        view->setBlurStrength(strength);
+    }
+}
+
+void PreviewView::captureViewBecameUnavailable()
+{
+    if (!m_captureView) {
+        return;
+    }
+    GlCaptureView *view = m_captureView;
+    m_captureView = nullptr;
+    view->hide();
+    view->deleteLater();
+    m_message = unavailableMessage();
+    update();
+}
+
+void PreviewView::resizeEvent(QResizeEvent *)
+{
+    const QRect bounds = rect();
+    if (GlCaptureView *view = m_captureView) {
+        view->setGeometry(bounds);
+    }
+    if (m_scopeBorderView != nullptr) {
+        m_scopeBorderView->setGeometry(bounds);
+    }
+    m_annotationCanvas->setGeometry(bounds);
+}
+
+void PreviewView::paintEvent(QPaintEvent *)
+{
+    if (m_style == Style::selection) {
+        return;
+    }
+    QPainter painter(this);
+    painter.fillRect(rect(), Qt::black);
+    if (!m_message) {
+        return;
+    }
+    const QFont font = messageFont();
+    const QFontMetricsF metrics(font);
+    const QSizeF textSize(metrics.horizontalAdvance(*m_message), metrics.height());
+    const QRectF textRect(
+        QRectF(rect()).center() - QPointF(textSize.width(), textSize.height()) / 2.0, textSize);
+    painter.setFont(font);
+    painter.setPen(Qt::white);
+    painter.drawText(textRect, Qt::AlignCenter | Qt::TextSingleLine | Qt::TextDontClip, *m_message);
+}
+
+} // namespace lookpane

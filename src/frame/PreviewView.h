@@ -1,0 +1,77 @@
+#pragma once
+
+#include "annotation/Annotation.h"
+#include "capture/CapturedFrame.h"
+#include "frame/PreviewStyle.h"
+#include "model/BlurStrength.h"
+
+#include <QPointer>
+#include <QWidget>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace lookpane {
+
+class AnnotationCanvasView;
+class GlCaptureView;
+class ScopeBorderView;
+
+// Content of the frame window and of the share window: the captured picture at the back, the
+// region's outline (authoring instance only) above it and the annotation canvas on top, all
+// filling the view; a one-line message replaces the picture while there is none to show.
+class PreviewView : public QWidget
+{
+public:
+    using Style = PreviewStyle;
+    using CaptureViewFactory = std::function<std::unique_ptr<GlCaptureView>(QWidget *parent)>;
+
+    // `makeCaptureView` defaults to GlCaptureView::make; when it gives none, the preview shows
+    // the OpenGL-unavailable message for its whole life.
+    explicit PreviewView(bool showsAuthoringChrome, QWidget *parent = nullptr,
+                         CaptureViewFactory makeCaptureView = {});
+    ~PreviewView() override;
+
+    // The canvas's draft and commit (authoring instance only).
+    std::function<void(const Annotation &)> onAnnotationDraftChanged;
+    std::function<void()> onAnnotationCommitted;
+
+    // Sets the style and, when it changed, applies it.
+    void setPreviewStyle(Style style);
+    Style previewStyle() const { return m_style; }
+    // Shows or hides the picture for the current style, message and picture.
+    void applyStyle();
+
+    // A new picture from the capture engine; clears any message.
+    void setCapturedFrame(const CapturedFrame &frame);
+    // A text shown instead of the picture, or none; the picture shows again with the next one.
+    void setCaptureMessage(const std::optional<QString> &message);
+    const std::optional<QString> &message() const { return m_message; }
+    void setBlurStrength(BlurStrength strength);
+
+    bool hasCapturedFrame() const { return m_hasCapturedFrame; }
+    GlCaptureView *captureView() const { return m_captureView; }
+    ScopeBorderView *scopeBorderView() const { return m_scopeBorderView; }
+    AnnotationCanvasView *annotationCanvas() const { return m_annotationCanvas; }
+
+    static QString unavailableMessage();
+    static QFont messageFont();
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+
+private:
+    void captureViewBecameUnavailable();
+    void setCaptureViewVisible(bool visible);
+
+    Style m_style = Style::mirror;
+    std::optional<QString> m_message;
+    QPointer<GlCaptureView> m_captureView;
+    ScopeBorderView *m_scopeBorderView = nullptr;
+    AnnotationCanvasView *m_annotationCanvas = nullptr;
+    bool m_hasCapturedFrame = false;
+};
+
+} // namespace lookpane

@@ -1,0 +1,112 @@
+#include "frame/ScopeBorderView.h"
+
+#include "model/SystemColors.h"
+
+#include <QFontMetricsF>
+#include <QPainter>
+#include <QPainterPath>
+
+#include <algorithm>
+
+namespace lookpane {
+
+ScopeBorderView::ScopeBorderView(QWidget *parent) : QWidget(parent)
+{
+    setAttribute(Qt::WA_TransparentForMouseEvents);
+    setAttribute(Qt::WA_TranslucentBackground);
+    setAttribute(Qt::WA_NoSystemBackground);
+    setAutoFillBackground(false);
+}
+
+void ScopeBorderView::setPreviewStyle(PreviewStyle style)
+{
+    m_style = style;
+    update();
+}
+
+void ScopeBorderView::setPrivacyBlurActive(bool active)
+{
+    if (m_privacyBlurActive == active) {
+        return;
+    }
+    m_privacyBlurActive = active;
+    update();
+}
+
+QRectF ScopeBorderView::outlineRect(QRectF bounds)
+{
+    return bounds.adjusted(3.0, 3.0, -3.0, -3.0);
+}
+
+double ScopeBorderView::cornerRadius(QRectF outline)
+{
+    return std::min(std::min(outline.width(), outline.height()) * 0.5, 10.0);
+}
+
+QFont ScopeBorderView::bannerFont()
+{
+    QFont font;
+    font.setPixelSize(12);
+    font.setWeight(QFont::DemiBold);
+    return font;
+}
+
+QString ScopeBorderView::bannerText()
+{
+    return QStringLiteral("Viewers see a blur");
+}
+
+std::optional<QRectF> ScopeBorderView::bannerRect(QRectF outline)
+{
+    const QFontMetricsF metrics(bannerFont());
+    const double width = metrics.horizontalAdvance(bannerText()) + 24.0;
+    const double height = metrics.height() + 10.0;
+    if (width + 8.0 >= outline.width() || height + 8.0 >= outline.height()) {
+        return std::nullopt;
+    }
+    // Centred horizontally, 6 below the outline's top edge.
+    return QRectF(outline.center().x() - width * 0.5, outline.top() + 6.0, width, height);
+}
+
+void ScopeBorderView::paintEvent(QPaintEvent *)
+{
+    const QRectF outline = outlineRect(rect());
+    if (!(outline.width() > 0.0 && outline.height() > 0.0)) {
+        return;
+    }
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const double radius = cornerRadius(outline);
+    QPainterPath path;
+    path.addRoundedRect(outline, radius, radius);
+    // A dark halo keeps the outline visible on light content.
+    painter.setPen(QPen(QColor(0, 0, 0, qRound(0.6 * 255)), 5.0));
+    painter.drawPath(path);
+    if (m_privacyBlurActive) {
+        painter.setPen(QPen(SystemColors::orange, 4.0));
+    } else {
+        painter.setPen(QPen(palette().color(QPalette::Highlight), 2.5));
+    }
+    painter.drawPath(path);
+    if (m_privacyBlurActive) {
+        drawBanner(painter, outline);
+    }
+}
+
+void ScopeBorderView::drawBanner(QPainter &painter, QRectF outline) const
+{
+    const std::optional<QRectF> banner = bannerRect(outline);
+    if (!banner) {
+        return;
+    }
+    const double radius = banner->height() * 0.5;
+    QPainterPath pill;
+    pill.addRoundedRect(*banner, radius, radius);
+    painter.fillPath(pill, m_privacyBlurActive ? SystemColors::orange
+                                               : palette().color(QPalette::Highlight));
+    painter.setFont(bannerFont());
+    painter.setPen(Qt::black);
+    painter.drawText(*banner, Qt::AlignCenter | Qt::TextSingleLine, bannerText());
+}
+
+} // namespace lookpane
