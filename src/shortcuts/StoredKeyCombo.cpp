@@ -108,7 +108,9 @@ IntegerReading readInteger(const QVariant &value)
             .toUtf8();
     std::fputs(message.constData(), stderr);
     std::fflush(stderr);
-    std::abort();
+    // Nothing is left unsaved (every write is flushed at once), and unwinding through the
+    // caller or running exit handlers from here would only risk a crash on top.
+    std::_Exit(EXIT_FAILURE);
 }
 
 } // namespace

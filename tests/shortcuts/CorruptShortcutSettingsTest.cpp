@@ -16,6 +16,7 @@
 #include <QTemporaryDir>
 #include <QVariantMap>
 
+#include <cstdlib>
 #include <random>
 
 using namespace lookpane;
@@ -250,12 +251,12 @@ TEST_F(CorruptShortcutSettingsTest, KeyCodeAbove65535StopsTheProgramNamingKeyVal
          escapedForRegex(filePath()) +
          " holds 70000, which is not a key code \\(0\\.\\.\\.65535\\)\\.\n$")
             .toStdString();
-    EXPECT_DEATH(
+    EXPECT_EXIT(
         {
             Reader reader(filePath());
             reader.shortcuts.combo(ShortcutAction::privacyBlur);
         },
-        message);
+        ::testing::ExitedWithCode(EXIT_FAILURE), message);
 }
 
 TEST_F(CorruptShortcutSettingsTest, NegativeKeyCodeStopsTheProgram)
@@ -300,12 +301,12 @@ TEST_F(CorruptShortcutSettingsTest, NegativeModifierWordStopsTheProgramNamingKey
         ("^Lookpane: the setting \"Shortcut\\.drawingMode\\.modifiers\" in " +
          escapedForRegex(filePath()) + " holds -1835008, which is not a modifier word")
             .toStdString();
-    EXPECT_DEATH(
+    EXPECT_EXIT(
         {
             Reader reader(filePath());
             reader.shortcuts.combo(ShortcutAction::drawingMode);
         },
-        message);
+        ::testing::ExitedWithCode(EXIT_FAILURE), message);
 }
 
 TEST_F(CorruptShortcutSettingsTest, ModifierWordPastSixtyFourBitsStopsTheProgram)
