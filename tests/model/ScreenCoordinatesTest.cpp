@@ -11,7 +11,7 @@ TEST(ScreenCoordinates, QtRectFlipsToYUpFromTheBottomOfThePrimaryScreen)
     EXPECT_EQ(designRectFromQt(QRectF(100, 700, 640, 300), 1080), QRectF(100, 80, 640, 300));
     EXPECT_EQ(designRectFromQt(QRectF(560, 315, 800, 450), 1080), QRectF(560, 315, 800, 450));
     EXPECT_EQ(designRectFromQt(QRectF(0, 0, 1920, 1080), 1080), QRectF(0, 0, 1920, 1080));
-    // A screen above the primary one has negative Qt y and lies above it in design terms.
+    // A screen above the primary one has negative Qt y and lies above it with y up.
     EXPECT_EQ(designRectFromQt(QRectF(0, -1440, 2560, 1440), 1080), QRectF(0, 1080, 2560, 1440));
 }
 

@@ -1,5 +1,5 @@
 // Settings files damaged by hand, by other programs or by older versions: nothing may crash,
-// everything that is not a usable value reads as its designed fallback, and only a shortcut
+// everything that is not a usable value reads as its fallback, and only a shortcut
 // key code or modifier word that is a number out of range stops the program, saying why.
 #include "model/FramePreferences.h"
 #include "model/Preferences.h"
