@@ -20,6 +20,22 @@ std::uint16_t x11Modifiers(const KeyCombo &combo)
     return mask;
 }
 
+std::array<std::uint16_t, 4> x11LockVariants(std::uint16_t mask, std::uint16_t numLockMask)
+{
+    const auto with = [mask](std::uint16_t extra) {
+        return static_cast<std::uint16_t>(mask | extra);
+    };
+    return {mask, with(X11Modifier::lock), with(numLockMask),
+            with(static_cast<std::uint16_t>(X11Modifier::lock | numLockMask))};
+}
+
+std::uint16_t x11SignificantModifiers(std::uint32_t state)
+{
+    constexpr std::uint32_t significant =
+        X11Modifier::shift | X11Modifier::control | X11Modifier::mod1 | X11Modifier::mod4;
+    return static_cast<std::uint16_t>(state & significant);
+}
+
 std::uint64_t modifierFlagsFromX11State(std::uint32_t state)
 {
     std::uint64_t flags = 0;

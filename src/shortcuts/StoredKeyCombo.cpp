@@ -108,7 +108,9 @@ IntegerReading readInteger(const QVariant &value)
             .toUtf8();
     std::fputs(message.constData(), stderr);
     std::fflush(stderr);
-    std::abort();
+    // Nothing is left unsaved (every write is flushed at once), and unwinding through the
+    // caller or running exit handlers from here would only risk a crash on top.
+    std::_Exit(EXIT_FAILURE);
 }
 
 } // namespace
@@ -122,13 +124,12 @@ QString StoredKeyCombo::key(const char *suffix) const
     return m_prefix + QString::fromLatin1(suffix);
 }
 
-std::map<QString, QVariant> StoredKeyCombo::defaults(std::optional<KeyCombo> combo) const
+std::map<QString, QVariant> StoredKeyCombo::defaults(const KeyCombo &combo) const
 {
-    const KeyCombo values = combo.value_or(KeyCombo{});
     return {
-        {key(".enabled"), combo.has_value()},
-        {key(".keyCode"), static_cast<int>(values.keyCode)},
-        {key(".modifiers"), static_cast<qulonglong>(values.modifiers)},
+        {key(".enabled"), true},
+        {key(".keyCode"), static_cast<int>(combo.keyCode)},
+        {key(".modifiers"), static_cast<qulonglong>(combo.modifiers)},
     };
 }
 

@@ -20,9 +20,8 @@ class StoredKeyCombo
 public:
     StoredKeyCombo(Preferences &preferences, QString prefix);
 
-    // The three defaults for `combo`: enabled with its key code and modifier word, or
-    // disabled.
-    std::map<QString, QVariant> defaults(std::optional<KeyCombo> combo) const;
+    // The three defaults of a shipped binding: enabled, its key code, its modifier word.
+    std::map<QString, QVariant> defaults(const KeyCombo &combo) const;
 
     bool isEnabled() const;
     // The stored key code. A stored number outside 0...65535 ends the program with a message

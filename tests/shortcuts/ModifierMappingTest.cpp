@@ -42,3 +42,23 @@ TEST(ModifierMapping, X11StateMapsBackToTheSameFlags)
         EXPECT_EQ(modifierFlagsFromX11State(x11Modifiers(KeyCombo{0, flags})), flags);
     }
 }
+
+TEST(ModifierMapping, HotKeysAreGrabbedForEveryCapsLockAndNumLockState)
+{
+    const std::uint16_t ctrlAltSuper = 0x04 | 0x08 | 0x40;
+    EXPECT_EQ(x11LockVariants(ctrlAltSuper),
+              (std::array<std::uint16_t, 4>{ctrlAltSuper, ctrlAltSuper | 0x02, ctrlAltSuper | 0x10,
+                                            ctrlAltSuper | 0x02 | 0x10}));
+    // A keyboard map that puts Num Lock on Mod3.
+    EXPECT_EQ(x11LockVariants(0x04, 0x20), (std::array<std::uint16_t, 4>{0x04, 0x06, 0x24, 0x26}));
+}
+
+TEST(ModifierMapping, PressesAreToldApartByShiftControlAltSuperOnly)
+{
+    // Ctrl+Alt+Super with Caps Lock, Num Lock and the first pointer button down.
+    EXPECT_EQ(x11SignificantModifiers(0x04 | 0x08 | 0x40 | 0x02 | 0x10 | 0x100), 0x4C);
+    EXPECT_EQ(x11SignificantModifiers(0x01 | 0x20 | 0x80), 0x01);
+    for (const std::uint16_t lockState : x11LockVariants(0x4C)) {
+        EXPECT_EQ(x11SignificantModifiers(lockState), 0x4C);
+    }
+}

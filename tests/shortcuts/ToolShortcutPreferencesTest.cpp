@@ -159,3 +159,12 @@ TEST_F(ToolShortcutPreferencesTest, ClearedToolStoredByTheUserKeepsItsOwnKeyCode
     const QSettings file(filePath(), QSettings::NativeFormat);
     EXPECT_EQ(file.value("ToolShortcut.line.keyCode").toInt(), 40);
 }
+
+TEST_F(ToolShortcutPreferencesTest, ShiftBackspaceStoredAsAToolKeyMatchesOnlyWithShift)
+{
+    const KeyCombo shiftBackspace{VirtualKeyCode::backspace, ModifierFlag::shift};
+    tools.setCombo(shiftBackspace, AnnotationTool::rectangle);
+    EXPECT_EQ(tools.combo(AnnotationTool::rectangle), shiftBackspace);
+    EXPECT_EQ(toolFor(VirtualKeyCode::backspace, ModifierFlag::shift), AnnotationTool::rectangle);
+    EXPECT_EQ(toolFor(VirtualKeyCode::backspace), std::nullopt);
+}
