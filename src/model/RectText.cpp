@@ -13,8 +13,9 @@ QString shortestNumberText(double value)
     if (value == 0.0) {
         value = 0.0; // no "-0"
     }
-    std::array<char, 32> buffer{};
-    const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
+    std::array<char, 512> buffer{}; // a double in fixed notation fits
+    const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value,
+                                            std::chars_format::fixed);
     if (error != std::errc()) {
         return QStringLiteral("0");
     }

@@ -55,3 +55,9 @@ TEST(RectText, WhatDoesNotParseReadsAsTheZeroRectangle)
         EXPECT_EQ(rect.width(), 0.0) << text;
     }
 }
+
+TEST(RectText, LargeAndSmallNumbersAreWrittenWithoutAnExponent)
+{
+    EXPECT_EQ(lookpane::rectToText(QRectF(100000, 0.5, 2500000, 0.125)),
+              QStringLiteral("{{100000, 0.5}, {2500000, 0.125}}"));
+}
