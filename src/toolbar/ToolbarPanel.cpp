@@ -23,6 +23,8 @@ ToolbarPanel::ToolbarPanel(QWidget *parent)
     setWindowTitle(QStringLiteral("Lookpane toolbar"));
     setAttribute(Qt::WA_TranslucentBackground);
     setAttribute(Qt::WA_ShowWithoutActivating);
+    // The panel is never the active window, and its controls still explain themselves.
+    setAttribute(Qt::WA_AlwaysShowToolTips);
     setAttribute(Qt::WA_X11NetWmWindowTypeUtility);
     setFocusPolicy(Qt::NoFocus);
     auto *layout = new QVBoxLayout(this);
@@ -32,7 +34,7 @@ ToolbarPanel::ToolbarPanel(QWidget *parent)
 
 QColor ToolbarPanel::translucentFill()
 {
-    return {30, 30, 32, 222};
+    return {30, 30, 32, 236};
 }
 
 QColor ToolbarPanel::opaqueFill()

@@ -5,6 +5,7 @@
 #include "XReadback.h"
 
 #include "toolbar/SymbolButton.h"
+#include "toolbar/SymbolIcons.h"
 #include "toolbar/ToolbarPanel.h"
 #include "toolbar/x11/X11DesktopHints.h"
 
@@ -14,6 +15,7 @@
 #include <QDir>
 #include <QPainter>
 #include <QTest>
+#include <QToolTip>
 #include <QtGui/qguiapplication_platform.h>
 
 #include <xcb/xcb.h>
@@ -122,16 +124,30 @@ bool startWindowManager()
     return false;
 }
 
-// A real click through the X server, as the user's pointer would make it.
-void fakeClick(QPoint globalPoint)
+xcb_connection_t *appConnection()
 {
     const auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    ASSERT_NE(x11, nullptr);
-    xcb_connection_t *conn = x11->connection();
+    return x11 != nullptr ? x11->connection() : nullptr;
+}
+
+// The real pointer, moved through the X server.
+void fakeMotion(QPoint globalPoint)
+{
+    xcb_connection_t *conn = appConnection();
+    ASSERT_NE(conn, nullptr);
     const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(conn)).data->root;
     xcb_test_fake_input(conn, XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME, root,
                         static_cast<int16_t>(globalPoint.x()),
                         static_cast<int16_t>(globalPoint.y()), 0);
+    xcb_flush(conn);
+}
+
+// A real click through the X server, as the user's pointer would make it.
+void fakeClick(QPoint globalPoint)
+{
+    fakeMotion(globalPoint);
+    xcb_connection_t *conn = appConnection();
+    ASSERT_NE(conn, nullptr);
     xcb_test_fake_input(conn, XCB_BUTTON_PRESS, 1, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
     xcb_test_fake_input(conn, XCB_BUTTON_RELEASE, 1, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
     xcb_flush(conn);
@@ -163,6 +179,32 @@ TEST(ToolbarDesktop, PanelDoesNotTakeFocusWhenShownOrClicked)
     QTest::qWait(300);
     EXPECT_EQ(QApplication::activeWindow(), &other);
     EXPECT_FALSE(toolbar.window()->isActiveWindow());
+}
+
+TEST(ToolbarDesktop, TooltipsShowAlthoughThePanelIsNeverActive)
+{
+    ASSERT_TRUE(startWindowManager());
+    QWidget other;
+    other.setWindowTitle(QStringLiteral("Other"));
+    other.resize(300, 200);
+    showAt(&other, QPoint(100, 100));
+    other.activateWindow();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return QApplication::activeWindow() == &other; }, 10000));
+
+    FrameToolbarWindowController toolbar;
+    showAt(toolbar.window(), QPoint(700, 600));
+    // The pointer comes to rest on the pin button.
+    const QPoint pin = globalRect(toolbar.alwaysOnTopButton()).center();
+    fakeMotion(pin + QPoint(-6, 0));
+    QTest::qWait(50);
+    fakeMotion(pin);
+    EXPECT_TRUE(QTest::qWaitFor(
+        [] {
+            return QToolTip::isVisible() && QToolTip::text() == "Keep the box above other windows";
+        },
+        10000))
+        << QToolTip::text().toStdString();
+    EXPECT_EQ(QApplication::activeWindow(), &other);
 }
 
 TEST(ToolbarDesktop, PanelIsOnEveryVirtualDesktop)
@@ -223,13 +265,18 @@ TEST(ToolbarDesktop, WithCompositingTheStripIsRoundedAndTranslucent)
     const QRect area = globalRect(panel);
     // The rounded-off corner shows the red window beneath; the background in the middle of
     // the left margin is dark with a little red showing through.
-    ASSERT_TRUE(QTest::qWaitFor(
-        [&] { return near(pixelOnScreen(area.topLeft()), QColor(255, 0, 0), 20); }, 10000))
-        << "corner pixel " << pixelOnScreen(area.topLeft()).name().toStdString();
-    const QColor inside = pixelOnScreen(QPoint(area.left() + 4, area.center().y()));
-    EXPECT_LT(inside.green(), 60);
-    EXPECT_LT(inside.blue(), 60);
-    EXPECT_GT(inside.red(), inside.green() + 15) << inside.name().toStdString();
+    const QPoint margin(area.left() + 4, area.center().y());
+    const auto blended = [](QColor c) {
+        return c.red() < 120 && c.green() < 60 && c.blue() < 60 && c.red() > c.green() + 10;
+    };
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] {
+            return near(pixelOnScreen(area.topLeft()), QColor(255, 0, 0), 20) &&
+                   blended(pixelOnScreen(margin));
+        },
+        10000))
+        << "corner " << pixelOnScreen(area.topLeft()).name().toStdString() << ", margin "
+        << pixelOnScreen(margin).name().toStdString();
     EXPECT_TRUE(panel->paintedTranslucent());
 }
 
@@ -261,19 +308,23 @@ TEST(ToolbarDesktop, BothRowsOnTheDesktopAsTheUserSeesThem)
     push(drawingRow, state);
     showAt(drawingRow.window(), QPoint(340, 420));
 
-    // Both strips show their controls: light symbols, and the blur symbol in orange.
+    // Both strips show their controls: light symbols, the blur symbol in orange, the yellow
+    // swatch.
     const QRect base = globalRect(baseRow.window());
-    const bool baseShown = QTest::qWaitFor(
+    const QRect drawing = globalRect(drawingRow.window());
+    const auto pixelsNear = [](const QRect &area, QColor color) {
+        return countPixelsNear(grabScreenRect(testDisplay().displayName(), area), color, 30);
+    };
+    const bool shown = QTest::qWaitFor(
         [&] {
-            const QImage shot = grabScreenRect(testDisplay().displayName(), base);
-            return countPixelsNear(shot, QColor(0xFF, 0x95, 0x00), 40) > 20;
+            return pixelsNear(base, QColor(0xFF, 0x95, 0x00)) > 20 &&
+                   pixelsNear(drawing, QColor(0xFF, 0xCC, 0x00)) > 40 &&
+                   pixelsNear(drawing, symbolColor) > 40;
         },
         10000);
     saveScreenshot(QRect(300, 300, 760, 260), composited ? QStringLiteral("toolbar-composited.png")
                                                          : QStringLiteral("toolbar-opaque.png"));
-    ASSERT_TRUE(baseShown);
-    const QImage drawing =
-        grabScreenRect(testDisplay().displayName(), globalRect(drawingRow.window()));
-    EXPECT_GT(countPixelsNear(drawing, QColor(0xFF, 0xCC, 0x00), 30), 40); // the yellow swatch
-    EXPECT_GT(countPixelsNear(drawing, QColor(0xF2, 0xF2, 0xF2), 30), 40); // the symbols
+    EXPECT_TRUE(shown) << "orange " << pixelsNear(base, QColor(0xFF, 0x95, 0x00)) << ", yellow "
+                       << pixelsNear(drawing, QColor(0xFF, 0xCC, 0x00)) << ", symbols "
+                       << pixelsNear(drawing, symbolColor);
 }
