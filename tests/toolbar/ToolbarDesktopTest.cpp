@@ -228,7 +228,8 @@ TEST(ToolbarDesktop, PanelIsOnEveryVirtualDesktop)
 TEST(ToolbarDesktop, WithoutCompositingTheStripIsPaintedOpaque)
 {
     ASSERT_TRUE(startWindowManager());
-    EXPECT_FALSE(x11::isCompositingManagerRunning());
+    testDisplay().stopCompositor();
+    ASSERT_TRUE(QTest::qWaitFor([] { return !x11::isCompositingManagerRunning(); }, 10000));
     Backdrop backdrop(QColor(255, 0, 0));
     backdrop.resize(600, 200);
     showAt(&backdrop, QPoint(400, 400));
