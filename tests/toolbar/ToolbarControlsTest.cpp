@@ -53,7 +53,7 @@ std::vector<QString> toolTips(const QList<QWidget *> &views)
 
 } // namespace
 
-TEST_F(ToolbarControls, BaseRowInDesignedOrderWithSeparators)
+TEST_F(ToolbarControls, BaseRowHoldsItsControlsInOrderWithSeparators)
 {
     const QList<QWidget *> &row = toolbar.baseViews();
     ASSERT_EQ(row.size(), 9);
@@ -90,7 +90,7 @@ TEST_F(ToolbarControls, BaseRowInDesignedOrderWithSeparators)
     }
 }
 
-TEST_F(ToolbarControls, DrawingRowInDesignedOrderWithSeparators)
+TEST_F(ToolbarControls, DrawingRowHoldsItsControlsInOrderWithSeparators)
 {
     const QList<QWidget *> &row = toolbar.drawingViews();
     ASSERT_EQ(row.size(), 15);
@@ -143,7 +143,7 @@ TEST_F(ToolbarControls, ControlsAreAtLeastThirtyWideAndNeverTakeFocus)
             }
         }
     }
-    // Two-state toggles and momentary buttons as designed.
+    // Switches are two-state; one-shot actions are momentary.
     EXPECT_FALSE(toolbar.framingButton()->isCheckable());
     EXPECT_TRUE(toolbar.drawButton()->isCheckable());
     EXPECT_TRUE(toolbar.blurButton()->isCheckable());
