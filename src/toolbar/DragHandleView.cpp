@@ -1,0 +1,50 @@
+#include "toolbar/DragHandleView.h"
+
+#include <QMouseEvent>
+
+namespace lookpane {
+
+DragHandleView::DragHandleView(QWidget *parent) : QWidget(parent)
+{
+    setCursor(Qt::OpenHandCursor);
+}
+
+void DragHandleView::mousePressEvent(QMouseEvent *event)
+{
+    if (event->button() != Qt::LeftButton) {
+        QWidget::mousePressEvent(event);
+        return;
+    }
+    m_dragOrigin = event->globalPosition();
+    event->accept();
+    if (onDragBegan) {
+        onDragBegan();
+    }
+}
+
+void DragHandleView::mouseMoveEvent(QMouseEvent *event)
+{
+    if (!m_dragOrigin) {
+        QWidget::mouseMoveEvent(event);
+        return;
+    }
+    event->accept();
+    const QPointF step = event->globalPosition() - *m_dragOrigin;
+    // Qt's y grows downwards; the frame's geometry grows upwards.
+    const QPointF offset(step.x(), -step.y());
+    if (onDragged) {
+        onDragged(offset);
+    }
+}
+
+void DragHandleView::mouseReleaseEvent(QMouseEvent *event)
+{
+    if (event->button() != Qt::LeftButton) {
+        QWidget::mouseReleaseEvent(event);
+        return;
+    }
+    m_dragOrigin.reset();
+    event->accept();
+}
+
+} // namespace lookpane

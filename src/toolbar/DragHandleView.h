@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QPointF>
+#include <QWidget>
+
+#include <functional>
+#include <optional>
+
+namespace lookpane {
+
+// The panel's background, which moves the frame: a press records where the mouse was on the
+// screen and reports `onDragBegan`; each move reports the total offset since that press (not the
+// step since the last move), x to the right and y upwards; the release ends the drag. Presses
+// that a control takes never reach it.
+class DragHandleView : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit DragHandleView(QWidget *parent = nullptr);
+
+    std::function<void()> onDragBegan;
+    std::function<void(QPointF offset)> onDragged;
+
+    // The global mouse position (Qt's coordinates) of the press of the drag under way.
+    std::optional<QPointF> dragOrigin() const { return m_dragOrigin; }
+
+protected:
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+
+private:
+    std::optional<QPointF> m_dragOrigin;
+};
+
+} // namespace lookpane
