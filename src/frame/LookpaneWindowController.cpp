@@ -1,0 +1,741 @@
+#include "frame/LookpaneWindowController.h"
+
+#include "annotation/AnnotationCanvasView.h"
+#include "frame/BorderlessWindow.h"
+#include "frame/DrawingKeyFilter.h"
+#include "frame/FrameGeometry.h"
+#include "frame/GlCaptureView.h"
+#include "frame/PreviewView.h"
+#include "frame/ScopeBorderView.h"
+#include "frame/x11/X11WindowTraits.h"
+#include "model/Preferences.h"
+#include "model/ScreenCoordinates.h"
+#include "shortcuts/KeyComboText.h"
+#include "shortcuts/ModifierMapping.h"
+#include "shortcuts/PhysicalKeys.h"
+#include "shortcuts/ToolShortcutPreferences.h"
+#include "toolbar/FrameToolbarWindowController.h"
+
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QScreen>
+#include <QVBoxLayout>
+#include <QWindow>
+
+namespace lookpane {
+
+namespace {
+
+const QString alwaysOnTopKey = QStringLiteral("AlwaysOnTopEnabled");
+const QString clickThroughKey = QStringLiteral("ClickThroughEnabled");
+const QString shareModeKey = QStringLiteral("ShareMode");
+
+constexpr std::uint16_t escapeKeyCode = 53;
+constexpr std::uint16_t deleteKeyCode = 51;
+
+QRect toQt(const QRectF &designRect)
+{
+    return qtRectFromDesign(designRect, primaryScreenHeight()).toRect();
+}
+
+QRectF fromQt(const QRect &qtRect)
+{
+    return designRectFromQt(QRectF(qtRect), primaryScreenHeight());
+}
+
+void fill(QWidget *content, QWidget *window)
+{
+    auto *layout = new QVBoxLayout(window);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(content);
+}
+
+// Sets a top-level's stay-on-top flag without re-creating a shown window.
+void setStaysOnTop(QWidget *window, bool onTop)
+{
+    if (QWindow *handle = window->windowHandle()) {
+        handle->setFlag(Qt::WindowStaysOnTopHint, onTop);
+    } else {
+        window->setWindowFlag(Qt::WindowStaysOnTopHint, onTop);
+    }
+}
+
+} // namespace
+
+LookpaneWindowController::LookpaneWindowController(Preferences &preferences,
+                                                   const QRectF &contentRect,
+                                                   ScreenLayoutProvider screens, QObject *parent)
+    : QObject(parent), m_preferences(preferences), m_screens(std::move(screens)),
+      m_framePreferences(preferences, m_screens),
+      m_toolShortcuts(std::make_unique<ToolShortcutPreferences>(preferences))
+{
+    m_toolbar = std::make_unique<FrameToolbarWindowController>();
+
+    m_mode = m_framePreferences.mode();
+    m_ratio = m_framePreferences.ratio();
+    m_blurStrength = m_framePreferences.blurStrength();
+    m_alwaysOnTop = m_preferences.boolValue(alwaysOnTopKey);
+    m_clickThrough = m_preferences.boolValue(clickThroughKey);
+
+    configureWindows(contentRect);
+
+    m_previewView->onAnnotationDraftChanged = [this](const Annotation &draft) {
+        m_annotations.setDraft(draft);
+        refreshAnnotations();
+    };
+    m_previewView->onAnnotationCommitted = [this] {
+        m_annotations.commitDraft();
+        updateToolbar();
+    };
+    m_annotations.onChange = [this] { refreshAnnotations(); };
+
+    configureToolbar();
+    m_sharePreviewView->setBlurStrength(m_blurStrength);
+    applyRatioToWindow();
+    applyMode();
+}
+
+LookpaneWindowController::~LookpaneWindowController()
+{
+    removeDrawingKeyFilter();
+    // The windows' callbacks reach back into this controller; silence them first.
+    for (BorderlessWindow *window : {m_frameWindow.get(), m_shareWindow.get()}) {
+        window->onMoved = nullptr;
+        window->onResized = nullptr;
+        window->onLiveResizeBegan = nullptr;
+        window->onLiveResizeEnded = nullptr;
+        window->onCloseRequested = nullptr;
+    }
+}
+
+void LookpaneWindowController::configureWindows(const QRectF &contentRect)
+{
+    m_frameWindow = std::make_unique<BorderlessWindow>();
+    m_shareWindow = std::make_unique<BorderlessWindow>();
+    m_previewView = new PreviewView(true, m_frameWindow.get());
+    m_sharePreviewView = new PreviewView(false, m_shareWindow.get());
+    fill(m_previewView, m_frameWindow.get());
+    fill(m_sharePreviewView, m_shareWindow.get());
+
+    const QSize minimum = FrameGeometry::minimumContentSize.toSize();
+    for (BorderlessWindow *window : {m_frameWindow.get(), m_shareWindow.get()}) {
+        window->setWindowTitle(QStringLiteral("Lookpane"));
+        window->setMinimumSize(minimum);
+        window->setAttribute(Qt::WA_TranslucentBackground);
+        window->setAutoFillBackground(true);
+    }
+    m_frameWindow->setGeometry(toQt(contentRect));
+    m_shareWindow->setGeometry(toQt(contentRect));
+    setStaysOnTop(m_frameWindow.get(), m_alwaysOnTop);
+    m_frameWindow->setMovableByBackground(true);
+
+    m_frameWindow->onMoved = [this] { frameMoved(); };
+    m_frameWindow->onResized = [this] { frameResized(); };
+    m_frameWindow->onLiveResizeBegan = [this] {
+        m_liveResizing = true;
+        updateMouseInteraction();
+    };
+    m_frameWindow->onLiveResizeEnded = [this] { frameLiveResizeEnded(); };
+    m_frameWindow->onCloseRequested = [this] { hide(); };
+
+    m_shareWindow->onMoved = [this] { shareWindowMovedOrResized(); };
+    m_shareWindow->onResized = [this] { shareWindowMovedOrResized(); };
+    m_shareWindow->onLiveResizeEnded = [this] { shareWindowMovedOrResized(); };
+    m_shareWindow->onCloseRequested = [this] { hide(); };
+}
+
+void LookpaneWindowController::configureToolbar()
+{
+    FrameToolbarWindowController &toolbar = *m_toolbar;
+    toolbar.onToggleDrawing = [this] { setDrawingMode(!m_isDrawing); };
+    toolbar.onSelectTool = [this](AnnotationTool tool) {
+        m_annotationTool = tool;
+        m_previewView->annotationCanvas()->setTool(tool);
+        focusForDrawing();
+        updateToolbar();
+    };
+    toolbar.onSelectColor = [this](AnnotationColor value) {
+        m_annotationColor = value;
+        m_previewView->annotationCanvas()->setColor(value);
+        focusForDrawing();
+        updateToolbar();
+    };
+    toolbar.onUndoAnnotation = [this] { undoAnnotation(); };
+    toolbar.onClearAnnotations = [this] { clearAnnotations(); };
+    toolbar.onTogglePrivacyBlur = [this] { setPrivacyBlur(!m_isPrivacyBlurActive); };
+    toolbar.onToggleClickThrough = [this] { toggleClickThrough(); };
+    toolbar.onToggleMode = [this] { setMode(toggled(m_mode)); };
+    toolbar.onToggleAlwaysOnTop = [this] { setAlwaysOnTop(!m_alwaysOnTop); };
+    toolbar.onHide = [this] { hide(); };
+    toolbar.onDragBegan = [this] { m_toolbarDragStartFrame = contentRect(); };
+    toolbar.onDragged = [this](QPointF offset) {
+        if (!m_toolbarDragStartFrame) {
+            return;
+        }
+        m_frameWindow->move(toQt(m_toolbarDragStartFrame->translated(offset)).topLeft());
+    };
+    updateToolbar();
+}
+
+// --- showing and hiding -------------------------------------------------------------------
+
+void LookpaneWindowController::show()
+{
+    syncShareWindowFrame();
+    m_shareWindow->show();
+    m_shareWindow->raise();
+    m_frameWindow->show();
+    m_frameWindow->raise();
+    m_frameWindow->activateWindow();
+    X11WindowTraits::setOnAllDesktops(m_frameWindow.get());
+    X11WindowTraits::setOnAllDesktops(m_shareWindow.get());
+    applyShareWindowInput();
+
+    const bool wasVisible = m_isFrameVisible;
+    m_isFrameVisible = true;
+    if (!wasVisible && onVisibilityChanged) {
+        onVisibilityChanged(true);
+    }
+
+    positionToolbar();
+    QWidget *toolbarWindow = m_toolbar->window();
+    toolbarWindow->show();
+    toolbarWindow->raise();
+    X11WindowTraits::setOnAllDesktops(toolbarWindow);
+    notifyFrameChanged();
+    updateMouseInteraction();
+}
+
+void LookpaneWindowController::hide()
+{
+    setDrawingMode(false);
+    setPrivacyBlur(false);
+    if (!m_liveResizing) {
+        m_framePreferences.saveFrame(contentRect());
+    }
+    if (m_mode == ShareMode::detached) {
+        saveDetachedFrame();
+    }
+    m_frameWindow->hide();
+    m_shareWindow->hide();
+    m_toolbar->window()->hide();
+
+    const bool wasVisible = m_isFrameVisible;
+    m_isFrameVisible = false;
+    if (wasVisible && onVisibilityChanged) {
+        onVisibilityChanged(false);
+    }
+}
+
+void LookpaneWindowController::beginMoveMode()
+{
+    m_moveMode = true;
+    setClickThrough(false);
+    updateMouseInteraction();
+    m_frameWindow->raise();
+    m_frameWindow->activateWindow();
+}
+
+// --- mode -----------------------------------------------------------------------------------
+
+void LookpaneWindowController::setMode(ShareMode mode)
+{
+    if (mode == m_mode) {
+        return;
+    }
+    if (m_mode == ShareMode::detached) {
+        saveDetachedFrame();
+    }
+    m_mode = mode;
+    m_preferences.setValue(shareModeKey, rawValue(mode));
+    applyMode();
+    if (m_isFrameVisible) {
+        m_shareWindow->raise();
+        m_frameWindow->raise();
+        positionToolbar();
+        m_toolbar->window()->raise();
+    }
+    updateMouseInteraction();
+    updateToolbar();
+    if (onModeChanged) {
+        onModeChanged(m_mode);
+    }
+}
+
+void LookpaneWindowController::applyMode()
+{
+    QPalette palette = m_frameWindow->palette();
+    if (m_mode == ShareMode::detached) {
+        palette.setColor(QPalette::Window, Qt::transparent);
+        m_frameWindow->setPalette(palette);
+        m_previewView->setPreviewStyle(PreviewView::Style::selection);
+        m_shareWindow->setMovableByBackground(true);
+        m_shareWindow->setResizable(true);
+        applyShareWindowInput();
+        positionDetachedShareWindow();
+        syncDetachedAspectRatio();
+    } else {
+        palette.setColor(QPalette::Window, Qt::black);
+        m_frameWindow->setPalette(palette);
+        m_previewView->setPreviewStyle(PreviewView::Style::mirror);
+        m_shareWindow->setMovableByBackground(false);
+        m_shareWindow->setResizable(false);
+        m_shareWindow->setAspect(std::nullopt);
+        applyShareWindowInput();
+        syncShareWindowFrame();
+    }
+    QPalette sharePalette = m_shareWindow->palette();
+    sharePalette.setColor(QPalette::Window, Qt::black);
+    m_shareWindow->setPalette(sharePalette);
+    m_frameWindow->update();
+}
+
+void LookpaneWindowController::applyShareWindowInput()
+{
+    // Lying under the frame, the share window must never catch the clicks that pass through
+    // the frame's interior; detached, it is an ordinary window.
+    if (m_mode == ShareMode::overlay) {
+        X11WindowTraits::setInputRegion(m_shareWindow.get(), {});
+    } else {
+        X11WindowTraits::clearInputRegion(m_shareWindow.get());
+    }
+}
+
+// --- geometry -------------------------------------------------------------------------------
+
+void LookpaneWindowController::setRatio(FrameRatio ratio)
+{
+    m_ratio = ratio;
+    m_framePreferences.setRatio(ratio);
+    applyRatioToWindow();
+    if (const std::optional<QSizeF> size =
+            FrameGeometry::sizeLockedTo(ratio, contentRect().size())) {
+        setContentSize(*size, contentRect());
+    }
+    if (onRatioChanged) {
+        onRatioChanged(ratio);
+    }
+}
+
+void LookpaneWindowController::applyRatioToWindow()
+{
+    m_frameWindow->setAspect(aspect(m_ratio));
+}
+
+void LookpaneWindowController::applySizePreset(const FrameSizePreset &preset)
+{
+    setRatio(preset.ratio);
+    std::optional<QRectF> visible = visibleFrameOfFrameScreen();
+    if (!visible) {
+        const ScreenLayout layout = m_screens ? m_screens() : ScreenLayout{};
+        if (layout.mainIndex && *layout.mainIndex < layout.screens.size()) {
+            visible = layout.screens[*layout.mainIndex].visibleFrame;
+        }
+    }
+    setContentSize(FrameGeometry::presetSize(preset, visible), contentRect());
+}
+
+void LookpaneWindowController::snapTo(const QRectF &targetFrame)
+{
+    const QRectF box =
+        FrameGeometry::snapped(targetFrame, m_ratio, QSizeF(m_frameWindow->minimumSize()));
+    const ScreenLayout layout = m_screens ? m_screens() : ScreenLayout{};
+    setFrameRect(FrameGeometry::constrained(box, layoutScreenOfFrame(), layout));
+    finishProgrammaticFrameChange();
+}
+
+void LookpaneWindowController::setContentSize(const QSizeF &size, const QRectF &reference)
+{
+    const ScreenLayout layout = m_screens ? m_screens() : ScreenLayout{};
+    const QRectF centred = FrameGeometry::centred(size, reference);
+    setFrameRect(FrameGeometry::constrained(centred, layoutScreenOfFrame(), layout));
+    finishProgrammaticFrameChange();
+}
+
+void LookpaneWindowController::setFrameRect(const QRectF &designRect)
+{
+    m_frameWindow->setGeometry(toQt(designRect));
+}
+
+void LookpaneWindowController::finishProgrammaticFrameChange()
+{
+    syncShareWindowFrame();
+    notifyFrameChanged();
+    if (!m_liveResizing) {
+        m_framePreferences.saveFrame(contentRect());
+    }
+    syncDetachedAspectRatio();
+    positionToolbar();
+}
+
+void LookpaneWindowController::syncShareWindowFrame()
+{
+    if (m_mode != ShareMode::overlay) {
+        return;
+    }
+    if (m_shareWindow->geometry() != m_frameWindow->geometry()) {
+        m_shareWindow->setGeometry(m_frameWindow->geometry());
+    }
+}
+
+void LookpaneWindowController::syncDetachedAspectRatio()
+{
+    if (m_mode != ShareMode::detached || m_liveResizing) {
+        return;
+    }
+    const QSizeF box = contentRect().size();
+    const QRect share = m_shareWindow->geometry();
+    const std::optional<QSizeF> size = FrameGeometry::detachedShareSize(box, share.width());
+    if (!size) {
+        return;
+    }
+    m_shareWindow->setAspect(QSize(qRound(box.width()), qRound(box.height())));
+    const QSize rounded = size->toSize();
+    if (rounded != share.size()) {
+        m_shareWindow->resize(rounded);
+    }
+}
+
+void LookpaneWindowController::positionDetachedShareWindow()
+{
+    if (const std::optional<QRectF> saved = m_framePreferences.restoredDetachedFrame()) {
+        m_shareWindow->setGeometry(toQt(*saved));
+        return;
+    }
+    const QRectF placed = FrameGeometry::detachedShareFrame(
+        contentRect(), visibleFrameOfFrameScreen(), m_shareWindow->minimumWidth());
+    m_shareWindow->setGeometry(toQt(placed));
+}
+
+void LookpaneWindowController::positionToolbar()
+{
+    QWidget *toolbarWindow = m_toolbar->window();
+    if (!toolbarWindow) {
+        return;
+    }
+    const QSizeF size(toolbarWindow->size());
+    const QPointF origin =
+        FrameToolbarWindowController::origin(size, contentRect(), visibleFrameOfFrameScreen());
+    toolbarWindow->move(toQt(QRectF(origin, size)).topLeft());
+}
+
+void LookpaneWindowController::notifyFrameChanged()
+{
+    QScreen *frameScreen = screen();
+    if (GlCaptureView *view = m_sharePreviewView->captureView()) {
+        view->setCaptureScale(frameScreen ? frameScreen->devicePixelRatio() : 2.0);
+    }
+    if (onFrameChanged) {
+        onFrameChanged(contentRect(), frameScreen);
+    }
+}
+
+QRectF LookpaneWindowController::contentRect() const
+{
+    return fromQt(m_frameWindow->geometry());
+}
+
+QRectF LookpaneWindowController::shareWindowRect() const
+{
+    return fromQt(m_shareWindow->geometry());
+}
+
+QScreen *LookpaneWindowController::screen() const
+{
+    QScreen *onScreen = m_frameWindow->screen();
+    return onScreen ? onScreen : QGuiApplication::primaryScreen();
+}
+
+std::optional<ScreenLayout::Screen> LookpaneWindowController::layoutScreenOfFrame() const
+{
+    const ScreenLayout layout = m_screens ? m_screens() : ScreenLayout{};
+    const QPointF centre = contentRect().center();
+    for (const ScreenLayout::Screen &candidate : layout.screens) {
+        if (candidate.frame.contains(centre)) {
+            return candidate;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<QRectF> LookpaneWindowController::visibleFrameOfFrameScreen() const
+{
+    if (const std::optional<ScreenLayout::Screen> onScreen = layoutScreenOfFrame()) {
+        return onScreen->visibleFrame;
+    }
+    const ScreenLayout layout = m_screens ? m_screens() : ScreenLayout{};
+    if (layout.mainIndex && *layout.mainIndex < layout.screens.size()) {
+        return layout.screens[*layout.mainIndex].visibleFrame;
+    }
+    return std::nullopt;
+}
+
+// --- window notifications -------------------------------------------------------------------
+
+void LookpaneWindowController::frameMoved()
+{
+    syncShareWindowFrame();
+    notifyFrameChanged();
+    if (!m_liveResizing) {
+        m_framePreferences.saveFrame(contentRect());
+    }
+    positionToolbar();
+}
+
+void LookpaneWindowController::frameResized()
+{
+    syncShareWindowFrame();
+    notifyFrameChanged();
+    if (!m_liveResizing) {
+        m_framePreferences.saveFrame(contentRect());
+    }
+    syncDetachedAspectRatio();
+    positionToolbar();
+    // The bands that take clicks follow the window's size.
+    updateMouseInteraction();
+}
+
+void LookpaneWindowController::frameLiveResizeEnded()
+{
+    m_liveResizing = false;
+    syncShareWindowFrame();
+    m_framePreferences.saveFrame(contentRect());
+    syncDetachedAspectRatio();
+    positionToolbar();
+    updateMouseInteraction();
+}
+
+void LookpaneWindowController::shareWindowMovedOrResized()
+{
+    if (m_mode == ShareMode::detached && m_shareWindow->isVisible()) {
+        saveDetachedFrame();
+    }
+}
+
+void LookpaneWindowController::saveFrames()
+{
+    m_framePreferences.saveFrame(contentRect());
+    if (m_mode == ShareMode::detached) {
+        saveDetachedFrame();
+    }
+}
+
+void LookpaneWindowController::saveDetachedFrame()
+{
+    m_framePreferences.saveDetachedFrame(shareWindowRect());
+}
+
+// --- switches -------------------------------------------------------------------------------
+
+void LookpaneWindowController::setPrivacyBlur(bool active)
+{
+    if (active == m_isPrivacyBlurActive) {
+        return;
+    }
+    m_isPrivacyBlurActive = active;
+    if (GlCaptureView *view = m_sharePreviewView->captureView()) {
+        view->setBlurEnabled(active);
+    }
+    m_previewView->scopeBorderView()->setPrivacyBlurActive(active);
+    updateToolbar();
+}
+
+void LookpaneWindowController::setBlurStrength(BlurStrength strength)
+{
+    m_blurStrength = strength;
+    m_sharePreviewView->setBlurStrength(strength);
+}
+
+void LookpaneWindowController::setAlwaysOnTop(bool onTop)
+{
+    m_alwaysOnTop = onTop;
+    m_preferences.setValue(alwaysOnTopKey, onTop);
+    applyWindowLevels();
+    updateToolbar();
+}
+
+void LookpaneWindowController::applyWindowLevels()
+{
+    setStaysOnTop(m_frameWindow.get(), m_alwaysOnTop);
+    // The toolbar always floats, one level above the frame.
+    if (m_isFrameVisible) {
+        m_frameWindow->raise();
+        m_toolbar->window()->raise();
+    }
+}
+
+void LookpaneWindowController::setClickThrough(bool clickThrough)
+{
+    if (clickThrough == m_clickThrough) {
+        return;
+    }
+    m_clickThrough = clickThrough;
+    m_preferences.setValue(clickThroughKey, clickThrough);
+    if (onClickThroughChanged) {
+        onClickThroughChanged(clickThrough);
+    }
+}
+
+void LookpaneWindowController::toggleClickThrough()
+{
+    m_moveMode = false;
+    setClickThrough(!m_clickThrough);
+    updateMouseInteraction();
+    updateToolbar();
+}
+
+void LookpaneWindowController::setDrawingMode(bool drawing)
+{
+    if (drawing == m_isDrawing) {
+        return;
+    }
+    m_isDrawing = drawing;
+    m_previewView->annotationCanvas()->setEditing(drawing);
+    m_frameWindow->setMovableByBackground(!drawing);
+    if (drawing) {
+        updateMouseInteraction();
+        focusForDrawing();
+        installDrawingKeyFilter();
+    } else {
+        removeDrawingKeyFilter();
+        updateMouseInteraction();
+    }
+    updateToolbar();
+    if (onDrawingModeChanged) {
+        onDrawingModeChanged(drawing);
+    }
+}
+
+void LookpaneWindowController::focusForDrawing()
+{
+    if (!m_isDrawing) {
+        return;
+    }
+    m_frameWindow->raise();
+    m_frameWindow->activateWindow();
+    m_toolbar->window()->raise();
+}
+
+void LookpaneWindowController::updateMouseInteraction()
+{
+    // With click-through on, the frame's interior lets clicks reach the application beneath
+    // while 12-point bands along every edge still take them, so the box can be moved and
+    // resized. Drawing, move mode and a live resize need the whole window.
+    const bool passes = m_clickThrough && !m_isDrawing && !m_moveMode && !m_liveResizing;
+    const bool applied = passes ? X11WindowTraits::setInputRegion(
+                                      m_frameWindow.get(),
+                                      X11WindowTraits::edgeBands(m_frameWindow->size(), edgeBand))
+                                : X11WindowTraits::clearInputRegion(m_frameWindow.get());
+    if (applied) {
+        m_framePassesInteriorClicks = passes;
+    }
+}
+
+// --- marks ----------------------------------------------------------------------------------
+
+void LookpaneWindowController::clearAnnotations()
+{
+    m_annotations.clear();
+    focusForDrawing();
+    updateToolbar();
+}
+
+void LookpaneWindowController::undoAnnotation()
+{
+    m_annotations.undo();
+    focusForDrawing();
+    updateToolbar();
+}
+
+void LookpaneWindowController::refreshAnnotations()
+{
+    std::vector<Annotation> shown = m_annotations.annotations();
+    if (m_annotations.draft()) {
+        shown.push_back(*m_annotations.draft());
+    }
+    m_previewView->annotationCanvas()->setAnnotations(shown);
+    m_sharePreviewView->annotationCanvas()->setAnnotations(std::move(shown));
+}
+
+void LookpaneWindowController::updateToolbar()
+{
+    std::map<AnnotationTool, QString> shortcuts;
+    for (const AnnotationTool tool : allCases<AnnotationTool>()) {
+        if (const std::optional<KeyCombo> combo = m_toolShortcuts->combo(tool)) {
+            shortcuts[tool] = displayString(*combo);
+        }
+    }
+    const bool canClear = !m_annotations.annotations().empty() || m_annotations.draft();
+    m_toolbar->update(shortcuts, m_isDrawing, m_annotationTool, m_annotationColor,
+                      m_annotations.historyDepth() > 0, canClear, m_isPrivacyBlurActive,
+                      m_clickThrough, m_mode, m_alwaysOnTop);
+    positionToolbar();
+}
+
+// --- pictures and messages ----------------------------------------------------------------
+
+void LookpaneWindowController::showCapturedFrame(const CapturedFrame &frame)
+{
+    m_sharePreviewView->setCapturedFrame(frame);
+    if (m_mode == ShareMode::overlay) {
+        m_previewView->setCapturedFrame(frame);
+    }
+}
+
+void LookpaneWindowController::setCaptureMessage(const std::optional<QString> &message)
+{
+    m_sharePreviewView->setCaptureMessage(message);
+    m_previewView->setCaptureMessage(m_mode == ShareMode::overlay ? message : std::nullopt);
+}
+
+// --- drawing keys ---------------------------------------------------------------------------
+
+void LookpaneWindowController::installDrawingKeyFilter()
+{
+    m_drawingKeyFilter = std::make_unique<DrawingKeyFilter>(
+        [this](QObject *receiver, QKeyEvent *event) { return handleDrawingKey(receiver, event); });
+}
+
+void LookpaneWindowController::removeDrawingKeyFilter()
+{
+    m_drawingKeyFilter.reset();
+}
+
+bool LookpaneWindowController::handleDrawingKey(QObject *receiver, QKeyEvent *event)
+{
+    // Key events reach the window object first and then its focus widget; take them once, at
+    // the widget, and only those of the frame window: a key typed into another Lookpane
+    // window (the settings, say) passes untouched.
+    const auto *widget = qobject_cast<QWidget *>(receiver);
+    if (!m_isDrawing || !widget || widget->window() != m_frameWindow.get()) {
+        return false;
+    }
+    const std::optional<std::uint16_t> keyCode =
+        virtualKeyCodeFromXKeycode(event->nativeScanCode());
+    const std::uint64_t flags = modifierFlagsFromX11State(event->nativeModifiers());
+    if (keyCode == escapeKeyCode) {
+        setDrawingMode(false);
+        return true;
+    }
+    if (event->key() == Qt::Key_Z && (flags & ModifierFlag::command)) {
+        undoAnnotation();
+        return true;
+    }
+    if (keyCode == deleteKeyCode && (flags & ModifierFlag::matchMask) == 0) {
+        clearAnnotations();
+        return true;
+    }
+    if (keyCode) {
+        if (const std::optional<AnnotationTool> tool = m_toolShortcuts->tool({*keyCode, flags})) {
+            m_annotationTool = *tool;
+            m_previewView->annotationCanvas()->setTool(*tool);
+            focusForDrawing();
+            updateToolbar();
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace lookpane
