@@ -1,18 +1,20 @@
 #pragma once
 
-#include <QObject>
-#include <QPointer>
-
+#include <memory>
 #include <utility>
 
 namespace lookpane {
 
-// Wraps a main-thread callback so that it does nothing once `owner` is gone: completions of
-// asynchronous requests hold their target weakly.
-template <typename Owner, typename Function> auto guardedBy(Owner *owner, Function function)
+// Wraps a main-thread callback so that it does nothing once the owner of `anchor` has let it
+// go: completions of asynchronous requests hold their target weakly. The owner drops its
+// anchor first thing in its destructor, so not even its own members' teardown can call back
+// into it.
+template <typename Anchor, typename Function>
+auto guardedBy(const std::shared_ptr<Anchor> &anchor, Function function)
 {
-    return [target = QPointer<Owner>(owner), function = std::move(function)](auto &&...arguments) {
-        if (target) {
+    return [weakAnchor = std::weak_ptr<Anchor>(anchor),
+            function = std::move(function)](auto &&...arguments) {
+        if (!weakAnchor.expired()) {
             function(std::forward<decltype(arguments)>(arguments)...);
         }
     };

@@ -7,7 +7,6 @@
 
 #include <QCoreApplication>
 #include <QMetaObject>
-#include <QPointer>
 
 #include <limits>
 #include <utility>
@@ -19,13 +18,14 @@ ScreenCaptureEngine::ScreenCaptureEngine(std::unique_ptr<CaptureBackend> backend
     : QObject(parent), m_backend(std::move(backend)), m_screenLayout(std::move(screenLayout)),
       m_anchor(std::make_shared<ScreenCaptureEngine *>(this)), m_frameRelay(FrameRelay::create())
 {
-    m_frameRelay->onFrame = [engine =
-                                 QPointer<ScreenCaptureEngine>(this)](const CapturedFrame &frame) {
-        ScreenCaptureEngine *const target = engine.data();
-        if (target && target->onFrame) {
-            target->onFrame(frame);
-        }
-    };
+    // Runs on the main thread; the relay may outlive the engine by a delivery.
+    m_frameRelay->onFrame =
+        [anchor = std::weak_ptr<ScreenCaptureEngine *>(m_anchor)](const CapturedFrame &frame) {
+            const std::shared_ptr<ScreenCaptureEngine *> engine = anchor.lock();
+            if (engine && (*engine)->onFrame) {
+                (*engine)->onFrame(frame);
+            }
+        };
 }
 
 ScreenCaptureEngine::~ScreenCaptureEngine()
@@ -96,7 +96,7 @@ void ScreenCaptureEngine::finishStart(const StartAttempt &attempt)
 
 void ScreenCaptureEngine::startCapture(const StartAttempt &attempt)
 {
-    m_backend->requestAccess(guardedBy(this, [this, attempt](bool granted) {
+    m_backend->requestAccess(guardedBy(m_anchor, [this, attempt](bool granted) {
         if (!granted) {
             if (isCurrent(attempt)) {
                 setState(ScreenCaptureState::permissionRequired());
@@ -159,33 +159,33 @@ void ScreenCaptureEngine::startStream(const StartAttempt &attempt, const Capture
                                       const std::shared_ptr<CaptureStream> &stream,
                                       const StreamConfiguration &configuration)
 {
-    stream->startCapture(guardedBy(
-        this, [this, attempt, target, stream, configuration](const CaptureError &startError) {
-            if (startError) {
-                stopThenFailStart(attempt, stream, *startError);
-                return;
-            }
-            // The same configuration once more right after the start: the first frames then
-            // already have the requested size.
-            stream->updateConfiguration(
-                configuration,
-                guardedBy(this, [this, attempt, target, stream](const CaptureError &updateError) {
-                    if (updateError) {
-                        stopThenFailStart(attempt, stream, *updateError);
-                        return;
-                    }
-                    if (!isCurrent(attempt)) {
-                        // Stopped or replaced meanwhile: this stream is not wanted.
-                        stopStream(stream);
-                        return;
-                    }
-                    m_displayID = target.display.displayID;
-                    m_stream = stream;
-                    m_isRunning = true;
-                    setState(ScreenCaptureState::running());
-                    finishStart(attempt);
-                }));
-        }));
+    stream->startCapture(guardedBy(m_anchor, [this, attempt, target, stream,
+                                              configuration](const CaptureError &startError) {
+        if (startError) {
+            stopThenFailStart(attempt, stream, *startError);
+            return;
+        }
+        // The same configuration once more right after the start: the first frames then
+        // already have the requested size.
+        stream->updateConfiguration(
+            configuration,
+            guardedBy(m_anchor, [this, attempt, target, stream](const CaptureError &updateError) {
+                if (updateError) {
+                    stopThenFailStart(attempt, stream, *updateError);
+                    return;
+                }
+                if (!isCurrent(attempt)) {
+                    // Stopped or replaced meanwhile: this stream is not wanted.
+                    stopStream(stream);
+                    return;
+                }
+                m_displayID = target.display.displayID;
+                m_stream = stream;
+                m_isRunning = true;
+                setState(ScreenCaptureState::running());
+                finishStart(attempt);
+            }));
+    }));
 }
 
 void ScreenCaptureEngine::failStart(const StartAttempt &attempt, const QString &description)
@@ -200,8 +200,9 @@ void ScreenCaptureEngine::stopThenFailStart(const StartAttempt &attempt,
                                             const std::shared_ptr<CaptureStream> &stream,
                                             const QString &description)
 {
-    stopStream(stream,
-               guardedBy(this, [this, attempt, description] { failStart(attempt, description); }));
+    stopStream(stream, guardedBy(m_anchor, [this, attempt, description] {
+                   failStart(attempt, description);
+               }));
 }
 
 std::shared_ptr<CaptureStream>

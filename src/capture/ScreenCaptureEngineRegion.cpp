@@ -72,7 +72,7 @@ void ScreenCaptureEngine::applyRegion(const QRectF &frame, const CaptureDisplay 
         // Same display: only the rectangle and pixel size change.
         stream->updateConfiguration(
             makeConfiguration(frame, display),
-            guardedBy(this, [this, done = std::move(done)](const CaptureError &error) {
+            guardedBy(m_anchor, [this, done = std::move(done)](const CaptureError &error) {
                 if (error) {
                     failRegionUpdate(*error);
                 }
@@ -105,21 +105,22 @@ void ScreenCaptureEngine::applyRegionTarget(const QRectF &frame, const CaptureDi
     }
     stream->updateContentFilter(
         result.target->filter,
-        guardedBy(this, [this, frame, display, stream,
-                         done = std::move(done)](const CaptureError &filterError) {
+        guardedBy(m_anchor, [this, frame, display, stream,
+                             done = std::move(done)](const CaptureError &filterError) {
             if (filterError) {
                 failRegionUpdate(*filterError);
                 done();
                 return;
             }
             m_displayID = display.id;
-            stream->updateConfiguration(makeConfiguration(frame, display),
-                                        guardedBy(this, [this, done](const CaptureError &error) {
-                                            if (error) {
-                                                failRegionUpdate(*error);
-                                            }
-                                            done();
-                                        }));
+            stream->updateConfiguration(
+                makeConfiguration(frame, display),
+                guardedBy(m_anchor, [this, done](const CaptureError &error) {
+                    if (error) {
+                        failRegionUpdate(*error);
+                    }
+                    done();
+                }));
         }));
 }
 
@@ -135,8 +136,8 @@ void ScreenCaptureEngine::loadCaptureTarget(std::uint32_t displayID,
 {
     m_backend->loadShareableContent(
         false, true,
-        guardedBy(this, [this, displayID, windowID, done = std::move(done),
-                         attempt](const ShareableContentResult &result) {
+        guardedBy(m_anchor, [this, displayID, windowID, done = std::move(done),
+                             attempt](const ShareableContentResult &result) {
             if (!result.content) {
                 // Errors end the search at once; only a content without this application is
                 // asked for again.
@@ -172,7 +173,7 @@ void ScreenCaptureEngine::shareableWindows(std::function<void(std::vector<Sharea
 {
     m_backend->loadShareableContent(
         true, true,
-        guardedBy(this, [this, done = std::move(done)](const ShareableContentResult &result) {
+        guardedBy(m_anchor, [this, done = std::move(done)](const ShareableContentResult &result) {
             if (!result.content) {
                 done({});
                 return;

@@ -342,6 +342,52 @@ TEST_F(EngineTest, DestroyedEngineIgnoresLateAnswers)
     EXPECT_EQ(reportedStates, std::vector<State>{State::starting()});
 }
 
+TEST_F(EngineTest, StaleStartLeavesTheNewerStartAlone)
+{
+    engine->start(testWindow());
+    ASSERT_TRUE(waitUntil([this] { return backend->pendingAccess.size() == 1; }));
+    engine->stop();
+    engine->start(testWindow());
+    ASSERT_TRUE(waitUntil([this] { return backend->pendingAccess.size() == 2; }));
+    // The first start learns it may not capture, but it is outdated: no state change, and the
+    // newer start still counts as in progress.
+    backend->answerAccess(false);
+    drainEvents();
+    EXPECT_EQ(engine->state(), State::starting());
+    engine->start(testWindow());
+    drainEvents();
+    EXPECT_EQ(backend->accessRequests, 2);
+    // The newer start carries on normally.
+    backend->answerEverything(contentWithThisApplication());
+    backend->answerAccess(true);
+    ASSERT_TRUE(waitUntil([this] { return engine->isRunning(); }));
+    drainEvents();
+    EXPECT_EQ(reportedStates, (std::vector<State>{State::starting(), State::idle(),
+                                                  State::starting(), State::running()}));
+}
+
+TEST_F(EngineTest, DestroyedEngineDropsFramesInFlight)
+{
+    startRunning();
+    std::shared_ptr<ScriptedStreamRecord> stream = backend->streams.back();
+    stream->stream->deliverOnCaptureThread({{solidFrame(8, 0xff000000), FrameStatus::complete}});
+    engine.reset();
+    drainEvents();
+    EXPECT_TRUE(deliveredFrames.empty());
+    EXPECT_FALSE(stream->isAlive());
+}
+
+TEST_F(EngineTest, SystemStopAfterTheEngineIsGoneDoesNothing)
+{
+    startRunning();
+    ScriptedCaptureStream *stream = lastStream().stream;
+    std::function<void(const QString &)> stopped = stream->onStopped;
+    engine.reset();
+    stopped(QStringLiteral("late"));
+    drainEvents();
+    EXPECT_EQ(reportedStates.back(), State::running());
+}
+
 TEST(EngineDeathTest, WindowNumberBeyondThirtyTwoBitsIsFatal)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");

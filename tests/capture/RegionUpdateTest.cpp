@@ -35,6 +35,10 @@ TEST_F(EngineTest, UpdateWhileTheLastIsAppliedIsAppliedNext)
     // Requests made while one is applied overwrite one another.
     engine->updateRegion(QRectF(10, 0, 300, 200), testDisplay());
     engine->updateRegion(QRectF(20, 0, 300, 200), testDisplay());
+    // One loop applies requests at a time: nothing more is asked until the first is answered.
+    runEventLoopFor(ScreenCaptureEngine::regionUpdateInterval * 3);
+    EXPECT_EQ(stream.pendingConfigurationUpdates.size(), 1u);
+    EXPECT_EQ(stream.configurationUpdates.size(), before + 1);
     stream.answerConfigurationUpdate();
     ASSERT_TRUE(waitUntil([&] { return !stream.pendingConfigurationUpdates.empty(); }));
     stream.answerConfigurationUpdate();

@@ -1,6 +1,7 @@
 #include "EngineTestSupport.h"
 #include "capture/FrameRelay.h"
 
+#include <QEvent>
 #include <QImage>
 #include <QThread>
 
@@ -16,12 +17,32 @@ CapturedFrame frameOfWidth(int width)
     return CapturedFrame::fromImage(image);
 }
 
+// Counts the queued calls that reach the application object: the relay's deliveries.
+class QueuedCallCounter : public QObject
+{
+public:
+    QueuedCallCounter() { QCoreApplication::instance()->installEventFilter(this); }
+    ~QueuedCallCounter() override { QCoreApplication::instance()->removeEventFilter(this); }
+
+    int count = 0;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (watched == QCoreApplication::instance() && event->type() == QEvent::MetaCall) {
+            ++count;
+        }
+        return false;
+    }
+};
+
 class RelayTest : public ::testing::Test
 {
 protected:
     void SetUp() override
     {
         ensureCoreApplication();
+        drainEvents();
         relay = FrameRelay::create();
         relay->onFrame = [this](const CapturedFrame &frame) {
             deliveredWidths.push_back(frame.width());
@@ -44,7 +65,9 @@ TEST_F(RelayTest, HundredFramesWhileMainThreadIsBlockedGiveOneDeliveryWithTheLas
     });
     captureThread.join();
     EXPECT_TRUE(deliveredWidths.empty());
+    QueuedCallCounter queuedCalls;
     drainEvents();
+    EXPECT_EQ(queuedCalls.count, 1);
     EXPECT_EQ(deliveredWidths, std::vector<int>{100});
     EXPECT_TRUE(deliveredOnMainThread);
 }
@@ -101,7 +124,9 @@ TEST_F(RelayTest, ConcurrentSubmittersNeverQueueMoreThanOneDelivery)
     for (std::thread &thread : threads) {
         thread.join();
     }
+    QueuedCallCounter queuedCalls;
     drainEvents();
+    EXPECT_EQ(queuedCalls.count, 1);
     ASSERT_EQ(deliveredWidths.size(), 1u);
     EXPECT_GE(deliveredWidths.front(), 1);
     EXPECT_LE(deliveredWidths.front(), 4);
