@@ -21,6 +21,8 @@ namespace lookpane::testing {
 
 X11CaptureHarness::X11CaptureHarness() : m_backend(testDisplay().displayName()) {}
 
+X11CaptureHarness::X11CaptureHarness(const std::string &displayName) : m_backend(displayName) {}
+
 X11CaptureHarness::~X11CaptureHarness()
 {
     if (m_stream) {
@@ -52,6 +54,7 @@ StreamConfiguration X11CaptureHarness::configurationFor(const QRect &source, QSi
     configuration.width = size.width();
     configuration.height = size.height();
     configuration.sourceRect = QRectF(source);
+    configuration.maximumFramesPerSecond = maximumFramesPerSecond;
     return configuration;
 }
 
@@ -158,6 +161,22 @@ void X11CaptureHarness::pump(int milliseconds)
 bool X11CaptureHarness::waitForFrames(int count, int timeoutMs)
 {
     return waitUntil([&] { return frameCount() >= count; }, timeoutMs);
+}
+
+bool X11CaptureHarness::waitForLatestWhere(const std::function<bool(const QImage &)> &condition,
+                                           int timeoutMs)
+{
+    int checked = 0;
+    return waitUntil(
+        [&] {
+            const int count = frameCount();
+            if (count == 0 || count == checked) {
+                return false;
+            }
+            checked = count;
+            return condition(frameImage(latestFrame()));
+        },
+        timeoutMs);
 }
 
 bool X11CaptureHarness::waitForFrameWhere(const std::function<bool(const QImage &)> &condition,

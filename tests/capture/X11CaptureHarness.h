@@ -26,7 +26,12 @@ class X11CaptureHarness
 {
 public:
     X11CaptureHarness();
+    // On another display (":N").
+    explicit X11CaptureHarness(const std::string &displayName);
     ~X11CaptureHarness();
+
+    // Passed with every configuration; set before start().
+    int maximumFramesPerSecond = 60;
 
     x11::X11CaptureBackend &backend() { return m_backend; }
     // The first display the backend lists.
@@ -50,6 +55,8 @@ public:
     // Runs the event loop for a while.
     static void pump(int milliseconds);
     bool waitForFrames(int count, int timeoutMs);
+    // Waits until the newest frame (whenever it came) satisfies `condition`.
+    bool waitForLatestWhere(const std::function<bool(const QImage &)> &condition, int timeoutMs);
     // Waits for a frame after the current one whose picture satisfies `condition`.
     bool waitForFrameWhere(const std::function<bool(const QImage &)> &condition, int timeoutMs);
 

@@ -266,14 +266,14 @@ TEST(X11Compositor, RemappedWindowKeepsUpdating)
     ASSERT_TRUE(harness.waitForFrames(1, 10000));
 
     setMapped(animated.window(), false);
-    ASSERT_TRUE(harness.waitForFrameWhere(
+    ASSERT_TRUE(harness.waitForLatestWhere(
         [](const QImage &frame) {
             return countPixelsNotNear(frame, frame.rect(), Qt::black, 0) == 0;
         },
         5000))
         << "the unmapped window did not disappear";
     setMapped(animated.window(), true);
-    const bool shown = harness.waitForFrameWhere(
+    const bool shown = harness.waitForLatestWhere(
         [](const QImage &frame) { return animationCounter(frame, QPoint(0, 0)) != 0; }, 5000);
     saveForInspection(frameImage(harness.latestFrame()), QStringLiteral("remapped"));
     ASSERT_TRUE(shown);
@@ -350,7 +350,7 @@ TEST(X11Compositor, DesktopBackgroundComesFromTheRootPixmap)
     // Taking the property away leaves black.
     xcb_delete_property(c, screen->root, atom->atom);
     std::free(xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
-    EXPECT_TRUE(harness.waitForFrameWhere(
+    EXPECT_TRUE(harness.waitForLatestWhere(
         [](const QImage &frame) {
             return countPixelsNotNear(frame, frame.rect(), Qt::black, 0) == 0;
         },

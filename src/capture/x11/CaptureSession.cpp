@@ -217,6 +217,9 @@ void CaptureSession::handleEvent(const xcb_generic_event_t &event)
     }
     if (extensions.damage.present && type == extensions.damage.firstEvent + XCB_DAMAGE_NOTIFY) {
         const auto &damage = reinterpret_cast<const xcb_damage_notify_event_t &>(event);
+        if (m_sources->isCreationReport(damage)) {
+            return;
+        }
         if (const TopLevelWindow *window = m_stack.find(damage.drawable);
             window && m_sources->isTracked(window->id)) {
             if (std::optional<QRect> area = m_sources->damagedArea(damage, window)) {

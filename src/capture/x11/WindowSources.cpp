@@ -20,7 +20,9 @@ void WindowSources::track(const TopLevelWindow &window)
     Source &source = m_sources[window.id];
     source.damage = Damage(c);
     // Bounding-box reports: one event whenever the damaged area grows, until acknowledged.
-    xcb_damage_create(c, source.damage.id(), window.id, XCB_DAMAGE_REPORT_LEVEL_BOUNDING_BOX);
+    source.createSequence = static_cast<std::uint16_t>(
+        xcb_damage_create(c, source.damage.id(), window.id, XCB_DAMAGE_REPORT_LEVEL_BOUNDING_BOX)
+            .sequence);
 }
 
 void WindowSources::untrack(xcb_window_t window)
@@ -65,14 +67,16 @@ std::optional<WindowPicture> WindowSources::picture(const TopLevelWindow &window
     return WindowPicture{source.picture.id(), source.hasAlpha};
 }
 
-std::optional<xcb_window_t> WindowSources::windowOfDamage(xcb_damage_damage_t damage) const
+bool WindowSources::isCreationReport(const xcb_damage_notify_event_t &event)
 {
-    for (const auto &[window, source] : m_sources) {
-        if (source.damage.id() == damage) {
-            return window;
-        }
+    const auto it = m_sources.find(event.drawable);
+    if (it == m_sources.end() || it->second.damage.id() != event.damage) {
+        return false;
     }
-    return std::nullopt;
+    Source &source = it->second;
+    const bool creation = source.creationReportPending && event.sequence == source.createSequence;
+    source.creationReportPending = false;
+    return creation;
 }
 
 std::optional<QRect> WindowSources::damagedArea(const xcb_damage_notify_event_t &event,

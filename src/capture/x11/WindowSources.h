@@ -52,7 +52,9 @@ public:
     // coordinates; nothing for damage objects that are not ours any more.
     std::optional<QRect> damagedArea(const xcb_damage_notify_event_t &event,
                                      const TopLevelWindow *window) const;
-    std::optional<xcb_window_t> windowOfDamage(xcb_damage_damage_t damage) const;
+    // Whether the event is the report that creating the damage object makes of the whole
+    // window (the server marks it all damaged at once): no change of its contents.
+    bool isCreationReport(const xcb_damage_notify_event_t &event);
 
     // Clears the damage of every tracked window so that new damage is reported again.
     void acknowledgeDamage();
@@ -65,7 +67,8 @@ private:
         Picture picture;
         QSize size;
         bool hasAlpha = false;
-        bool damaged = false;
+        std::uint16_t createSequence = 0;
+        bool creationReportPending = true;
     };
 
     const XcbConnection &m_connection;

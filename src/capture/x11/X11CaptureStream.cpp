@@ -2,6 +2,7 @@
 
 #include "capture/x11/CaptureThread.h"
 #include "capture/x11/DisplayResolver.h"
+#include "capture/x11/XcbConnection.h"
 
 #include <QMetaObject>
 
@@ -33,7 +34,9 @@ X11CaptureStream::X11CaptureStream(std::string displayName,
 {
     m_settings.configuration = configuration;
     m_settings.filter = filter;
-    if (std::optional<Monitor> monitor = m_displays->monitor(filter.displayID)) {
+    if (std::optional<QString> missing = missingCaptureSupport(*m_displays->connection())) {
+        m_displayError = missing;
+    } else if (std::optional<Monitor> monitor = m_displays->monitor(filter.displayID)) {
         m_settings.displayRect = monitor->geometry;
         m_settings.scale = DisplayResolver::scale(*monitor);
     } else {
