@@ -41,6 +41,23 @@ PatternWindow::PatternWindow(const std::string &display, Options options)
     if (m_options.animate) {
         argv.emplace_back("--animate");
     }
+    if (m_options.shapeLeftHalf) {
+        argv.insert(argv.end(), {"--shape", "left-half"});
+    }
+    if (m_options.inputShapeEmpty) {
+        argv.insert(argv.end(), {"--input-shape", "empty"});
+    }
+    if (m_options.argbAlpha >= 0) {
+        char alpha[8];
+        std::snprintf(alpha, sizeof alpha, "%02x", m_options.argbAlpha & 0xFF);
+        argv.insert(argv.end(), {"--argb", alpha});
+    }
+    if (m_options.undecorated) {
+        argv.emplace_back("--undecorated");
+    }
+    if (!m_options.windowType.empty()) {
+        argv.insert(argv.end(), {"--window-type", m_options.windowType});
+    }
     ChildProcess::Options childOptions;
     childOptions.environment["DISPLAY"] = display;
     childOptions.captureStdout = true;

@@ -25,6 +25,16 @@ public:
         std::string windowClass = "lookpane-pattern";
         bool overrideRedirect = false;
         bool animate = false;
+        // Bounding shape of the left half only.
+        bool shapeLeftHalf = false;
+        // Clicks pass through the whole window.
+        bool inputShapeEmpty = false;
+        // 0...255: a 32-bit ARGB window painted with this alpha (premultiplied); -1: 24-bit.
+        int argbAlpha = -1;
+        // Asks the window manager for no decorations.
+        bool undecorated = false;
+        // _NET_WM_WINDOW_TYPE_<windowType> when not empty ("DOCK", "DESKTOP", "NORMAL" ...).
+        std::string windowType;
     };
 
     PatternWindow(const std::string &display, Options options);

@@ -2,6 +2,15 @@
 //
 //   lookpane_pattern_window --geometry WxH+X+Y [--pattern bars|checker|solid|text]
 //       [--color RRGGBB] [--title TEXT] [--class NAME] [--override-redirect] [--animate]
+//       [--shape left-half] [--input-shape empty] [--argb AA] [--undecorated]
+//       [--window-type NORMAL|DOCK|DESKTOP|...]
+//   lookpane_pattern_window --churn SECONDS --geometry WxH+X+Y
+//
+// --shape left-half limits the window's bounding shape to its left half; --input-shape empty
+// lets every click through; --argb AA uses a 32-bit visual and paints the pattern with alpha
+// AA (hex, premultiplied); --undecorated asks the window manager for no decorations.
+// --churn creates, maps, paints, resizes, moves, unmaps and destroys windows inside the
+// rectangle as fast as the server takes them, for SECONDS, then prints "done" and exits.
 //
 // Prints the window id ("0x...") on standard output once the window is mapped and painted.
 // With --animate it repaints 60 times a second: the pattern scrolls one pixel a frame and the
@@ -10,6 +19,7 @@
 // It exits on SIGTERM or when its window is destroyed.
 #include "Patterns.h"
 
+#include <xcb/shape.h>
 #include <xcb/xcb.h>
 
 #include <poll.h>
@@ -39,6 +49,12 @@ struct Options
     std::string windowClass = "lookpane-pattern";
     bool overrideRedirect = false;
     bool animate = false;
+    bool shapeLeftHalf = false;
+    bool inputShapeEmpty = false;
+    int argbAlpha = -1; // -1: the root's 24-bit visual
+    bool undecorated = false;
+    std::string windowType;
+    double churnSeconds = 0;
 };
 
 bool parse(int argc, char **argv, Options &o)
@@ -64,6 +80,20 @@ bool parse(int argc, char **argv, Options &o)
             o.overrideRedirect = true;
         } else if (arg == "--animate") {
             o.animate = true;
+        } else if (arg == "--shape" && hasValue && std::string(argv[i + 1]) == "left-half") {
+            o.shapeLeftHalf = true;
+            ++i;
+        } else if (arg == "--input-shape" && hasValue && std::string(argv[i + 1]) == "empty") {
+            o.inputShapeEmpty = true;
+            ++i;
+        } else if (arg == "--argb" && hasValue) {
+            o.argbAlpha = static_cast<int>(std::strtoul(argv[++i], nullptr, 16)) & 0xFF;
+        } else if (arg == "--undecorated") {
+            o.undecorated = true;
+        } else if (arg == "--window-type" && hasValue) {
+            o.windowType = argv[++i];
+        } else if (arg == "--churn" && hasValue) {
+            o.churnSeconds = std::strtod(argv[++i], nullptr);
         } else {
             return false;
         }
@@ -80,14 +110,28 @@ xcb_atom_t atom(xcb_connection_t *c, const char *name)
     return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
 }
 
+// Premultiplied ARGB for 32-bit windows; the alpha byte is ignored at depth 24.
+std::uint32_t withAlpha(std::uint32_t rgb, int alpha)
+{
+    if (alpha < 0) {
+        return rgb;
+    }
+    const auto channel = [&](int shift) {
+        return (((rgb >> shift) & 0xFFu) * static_cast<std::uint32_t>(alpha) + 127) / 255;
+    };
+    return (static_cast<std::uint32_t>(alpha) << 24) | (channel(16) << 16) | (channel(8) << 8) |
+           channel(0);
+}
+
 void paint(xcb_connection_t *c, xcb_window_t window, xcb_gcontext_t gc, const Options &o,
            unsigned frame, std::vector<std::uint32_t> &pixels)
 {
     const int shift = o.animate ? static_cast<int>(frame % 64) : 0;
     for (int y = 0; y < o.height; ++y) {
         for (int x = 0; x < o.width; ++x) {
-            pixels[static_cast<std::size_t>(y) * o.width + x] =
-                patternPixel(o.pattern, (x + shift) % o.width, y, o.width, o.height, o.color);
+            pixels[static_cast<std::size_t>(y) * o.width + x] = withAlpha(
+                patternPixel(o.pattern, (x + shift) % o.width, y, o.width, o.height, o.color),
+                o.argbAlpha);
         }
     }
     if (o.animate) {
@@ -103,11 +147,132 @@ void paint(xcb_connection_t *c, xcb_window_t window, xcb_gcontext_t gc, const Op
         const int rows = std::min(stripRows, o.height - y);
         xcb_put_image(
             c, XCB_IMAGE_FORMAT_Z_PIXMAP, window, gc, static_cast<uint16_t>(o.width),
-            static_cast<uint16_t>(rows), 0, static_cast<int16_t>(y), 0, 24,
+            static_cast<uint16_t>(rows), 0, static_cast<int16_t>(y), 0, o.argbAlpha >= 0 ? 32 : 24,
             static_cast<uint32_t>(o.width * rows * 4),
             reinterpret_cast<const uint8_t *>(&pixels[static_cast<std::size_t>(y) * o.width]));
     }
     xcb_flush(c);
+}
+
+xcb_visualid_t findArgbVisual(const xcb_screen_t *screen)
+{
+    for (auto depths = xcb_screen_allowed_depths_iterator(screen); depths.rem;
+         xcb_depth_next(&depths)) {
+        if (depths.data->depth != 32) {
+            continue;
+        }
+        for (auto visuals = xcb_depth_visuals_iterator(depths.data); visuals.rem;
+             xcb_visualtype_next(&visuals)) {
+            if (visuals.data->_class == XCB_VISUAL_CLASS_TRUE_COLOR) {
+                return visuals.data->visual_id;
+            }
+        }
+    }
+    return 0;
+}
+
+void applyShapeAndHints(xcb_connection_t *c, xcb_window_t window, const Options &o)
+{
+    if (o.shapeLeftHalf) {
+        const xcb_rectangle_t half{0, 0, static_cast<uint16_t>(o.width / 2),
+                                   static_cast<uint16_t>(o.height)};
+        xcb_shape_rectangles(c, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, XCB_CLIP_ORDERING_UNSORTED,
+                             window, 0, 0, 1, &half);
+    }
+    if (o.inputShapeEmpty) {
+        xcb_shape_rectangles(c, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED,
+                             window, 0, 0, 0, nullptr);
+    }
+    if (o.undecorated) {
+        // _MOTIF_WM_HINTS: flags = decorations, decorations = none.
+        const uint32_t motif[5] = {2, 0, 0, 0, 0};
+        const xcb_atom_t hints = atom(c, "_MOTIF_WM_HINTS");
+        xcb_change_property(c, XCB_PROP_MODE_REPLACE, window, hints, hints, 32, 5, motif);
+    }
+    if (!o.windowType.empty()) {
+        const std::string name = "_NET_WM_WINDOW_TYPE_" + o.windowType;
+        const xcb_atom_t type = atom(c, name.c_str());
+        xcb_change_property(c, XCB_PROP_MODE_REPLACE, window, atom(c, "_NET_WM_WINDOW_TYPE"),
+                            XCB_ATOM_ATOM, 32, 1, &type);
+    }
+}
+
+// Windows that come and go inside the rectangle as fast as the server takes them.
+int churn(xcb_connection_t *c, const xcb_screen_t *screen, const Options &o)
+{
+    timespec start{};
+    clock_gettime(CLOCK_MONOTONIC, &start);
+    unsigned seed = 12345;
+    const auto next = [&seed](int range) {
+        seed = seed * 1103515245u + 12345u;
+        return range > 0 ? static_cast<int>((seed >> 8) % static_cast<unsigned>(range)) : 0;
+    };
+    const xcb_gcontext_t gc = xcb_generate_id(c);
+    xcb_create_gc(c, gc, screen->root, 0, nullptr);
+    std::vector<std::uint32_t> pixels(64 * 64, 0x00FF8800);
+    long iterations = 0;
+    std::vector<xcb_window_t> live;
+    for (;;) {
+        timespec now{};
+        clock_gettime(CLOCK_MONOTONIC, &now);
+        const double elapsed =
+            double(now.tv_sec - start.tv_sec) + double(now.tv_nsec - start.tv_nsec) / 1e9;
+        if (elapsed >= o.churnSeconds || stopRequested) {
+            break;
+        }
+        const xcb_window_t window = xcb_generate_id(c);
+        const int w = 16 + next(std::max(1, o.width - 16));
+        const int h = 16 + next(std::max(1, o.height - 16));
+        const uint32_t values[] = {static_cast<uint32_t>(0x202020 + next(0xC0C0C0)),
+                                   (iterations % 3 == 0) ? 1u : 0u};
+        xcb_create_window(c, XCB_COPY_FROM_PARENT, window, screen->root,
+                          static_cast<int16_t>(o.x + next(std::max(1, o.width - w))),
+                          static_cast<int16_t>(o.y + next(std::max(1, o.height - h))),
+                          static_cast<uint16_t>(w), static_cast<uint16_t>(h), 0,
+                          XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual,
+                          XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, values);
+        xcb_map_window(c, window);
+        xcb_put_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, window, gc, 64, 64, 0, 0, 0, 24,
+                      static_cast<uint32_t>(pixels.size() * 4),
+                      reinterpret_cast<const uint8_t *>(pixels.data()));
+        live.push_back(window);
+        // Resize and move one of the live windows, remap another, destroy the oldest.
+        const xcb_window_t resized = live[static_cast<std::size_t>(next(int(live.size())))];
+        const uint32_t geometry[] = {static_cast<uint32_t>(o.x + next(o.width / 2)),
+                                     static_cast<uint32_t>(o.y + next(o.height / 2)),
+                                     static_cast<uint32_t>(8 + next(o.width / 2)),
+                                     static_cast<uint32_t>(8 + next(o.height / 2))};
+        xcb_configure_window(c, resized,
+                             XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH |
+                                 XCB_CONFIG_WINDOW_HEIGHT,
+                             geometry);
+        const xcb_window_t remapped = live[static_cast<std::size_t>(next(int(live.size())))];
+        xcb_unmap_window(c, remapped);
+        if (iterations % 2 == 0) {
+            xcb_map_window(c, remapped);
+        }
+        if (live.size() > 8) {
+            xcb_unmap_window(c, live.front());
+            xcb_destroy_window(c, live.front());
+            live.erase(live.begin());
+        }
+        ++iterations;
+        // Keep the request queue short: wait for the server every few windows.
+        if (iterations % 8 == 0) {
+            std::free(xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
+        }
+        if (xcb_connection_has_error(c)) {
+            return 1;
+        }
+    }
+    for (xcb_window_t window : live) {
+        xcb_destroy_window(c, window);
+    }
+    xcb_free_gc(c, gc);
+    std::free(xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
+    std::printf("done %ld\n", iterations);
+    std::fflush(stdout);
+    return 0;
 }
 
 } // namespace
@@ -128,15 +293,43 @@ int main(int argc, char **argv)
         return 1;
     }
     xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
+    if (o.churnSeconds > 0) {
+        const int result = churn(c, screen, o);
+        xcb_disconnect(c);
+        return result;
+    }
     const xcb_window_t window = xcb_generate_id(c);
-    const uint32_t values[] = {screen->black_pixel, o.overrideRedirect ? 1u : 0u,
-                               XCB_EVENT_MASK_EXPOSURE | XCB_EVENT_MASK_STRUCTURE_NOTIFY |
-                                   XCB_EVENT_MASK_BUTTON_PRESS};
-    xcb_create_window(c, XCB_COPY_FROM_PARENT, window, screen->root, static_cast<int16_t>(o.x),
-                      static_cast<int16_t>(o.y), static_cast<uint16_t>(o.width),
-                      static_cast<uint16_t>(o.height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
-                      screen->root_visual,
-                      XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
+    const xcb_visualid_t argbVisual = o.argbAlpha >= 0 ? findArgbVisual(screen) : 0;
+    if (o.argbAlpha >= 0 && argbVisual == 0) {
+        std::fprintf(stderr, "lookpane_pattern_window: no 32-bit visual\n");
+        return 1;
+    }
+    if (argbVisual != 0) {
+        // Another depth than the root's needs a colormap and border pixel of its own.
+        const xcb_colormap_t colormap = xcb_generate_id(c);
+        xcb_create_colormap(c, XCB_COLORMAP_ALLOC_NONE, colormap, screen->root, argbVisual);
+        const uint32_t argbValues[] = {0, 0, o.overrideRedirect ? 1u : 0u,
+                                       XCB_EVENT_MASK_EXPOSURE | XCB_EVENT_MASK_STRUCTURE_NOTIFY |
+                                           XCB_EVENT_MASK_BUTTON_PRESS,
+                                       colormap};
+        xcb_create_window(c, 32, window, screen->root, static_cast<int16_t>(o.x),
+                          static_cast<int16_t>(o.y), static_cast<uint16_t>(o.width),
+                          static_cast<uint16_t>(o.height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
+                          argbVisual,
+                          XCB_CW_BACK_PIXEL | XCB_CW_BORDER_PIXEL | XCB_CW_OVERRIDE_REDIRECT |
+                              XCB_CW_EVENT_MASK | XCB_CW_COLORMAP,
+                          argbValues);
+    } else {
+        const uint32_t values[] = {screen->black_pixel, o.overrideRedirect ? 1u : 0u,
+                                   XCB_EVENT_MASK_EXPOSURE | XCB_EVENT_MASK_STRUCTURE_NOTIFY |
+                                       XCB_EVENT_MASK_BUTTON_PRESS};
+        xcb_create_window(c, XCB_COPY_FROM_PARENT, window, screen->root, static_cast<int16_t>(o.x),
+                          static_cast<int16_t>(o.y), static_cast<uint16_t>(o.width),
+                          static_cast<uint16_t>(o.height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
+                          screen->root_visual,
+                          XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
+    }
+    applyShapeAndHints(c, window, o);
     xcb_change_property(c, XCB_PROP_MODE_REPLACE, window, atom(c, "_NET_WM_NAME"),
                         atom(c, "UTF8_STRING"), 8, static_cast<uint32_t>(o.title.size()),
                         o.title.data());

@@ -1,0 +1,356 @@
+// The X11 capture stream over time: when it delivers, where it delivers from, how it
+// survives windows that come and go, and what it leaves behind.
+#include "X11CaptureHarness.h"
+
+#include "ChildProcess.h"
+#include "PatternWindow.h"
+#include "TestDisplay.h"
+#include "XReadback.h"
+#include "XvfbServer.h"
+
+#include "capture/x11/CaptureThread.h"
+
+#include <gtest/gtest.h>
+
+#include <QElapsedTimer>
+#include <QThread>
+
+#include <unistd.h>
+
+#include <algorithm>
+
+using namespace lookpane;
+using namespace lookpane::testing;
+
+namespace {
+
+std::string display()
+{
+    return testDisplay().displayName();
+}
+
+PatternWindow::Options solidWindow(const QRect &geometry, std::uint32_t color, bool animate = false)
+{
+    PatternWindow::Options options;
+    options.geometry = geometry;
+    options.pattern = Pattern::solid;
+    options.color = color;
+    options.animate = animate;
+    return options;
+}
+
+PatternWindow::Options animatedBars(const QRect &geometry)
+{
+    PatternWindow::Options options;
+    options.geometry = geometry;
+    options.pattern = Pattern::bars;
+    options.animate = true;
+    return options;
+}
+
+// The screen shows the window's picture: its paint requests have been carried out.
+bool waitUntilPainted(const PatternWindow &window)
+{
+    const QRect geometry = window.options().geometry;
+    return X11CaptureHarness::waitUntil(
+        [&] {
+            const QImage shot = grabScreenRect(display(), geometry);
+            return !shot.isNull() && countMismatches(shot, shot.rect(), [&](int x, int y) {
+                                         return window.expectedPixel(x, y);
+                                     }) == 0;
+        },
+        5000);
+}
+
+bool isSolid(const QImage &frame, std::uint32_t color)
+{
+    return !frame.isNull() && countPixelsNotNear(frame, frame.rect(), QColor(color), 0) == 0;
+}
+
+// The animated pattern's frame counter (top-left 8 × 8 pixels: red = low byte).
+int animationCounter(const QImage &frame)
+{
+    const QRgb stamp = frame.pixel(3, 3);
+    return qRed(stamp) | (qGreen(stamp) << 8);
+}
+
+std::map<std::string, std::uint32_t> ownResourceCounts()
+{
+    return clientResourceCounts(display(), getpid());
+}
+
+std::uint32_t countOf(const std::map<std::string, std::uint32_t> &counts, const char *type)
+{
+    const auto it = counts.find(type);
+    return it == counts.end() ? 0 : it->second;
+}
+
+} // namespace
+
+TEST(X11Stream, MovedRegionShowsTheNewPlaceWithin100Milliseconds)
+{
+    X11CaptureHarness harness;
+    const QRect left(100, 100, 300, 200);
+    const QRect right(1000, 600, 300, 200);
+    PatternWindow a(display(), solidWindow(left, 0xC03000));
+    PatternWindow b(display(), solidWindow(right, 0x0030C0));
+    ASSERT_TRUE(a.isShown() && b.isShown());
+    ASSERT_TRUE(waitUntilPainted(a) && waitUntilPainted(b));
+    ASSERT_EQ(harness.start(left), std::nullopt);
+    ASSERT_TRUE(
+        harness.waitForLatestWhere([](const QImage &f) { return isSolid(f, 0xC03000); }, 10000));
+
+    std::vector<qint64> latencies;
+    for (int move = 0; move < 6; ++move) {
+        const bool toRight = move % 2 == 0;
+        QElapsedTimer timer;
+        timer.start();
+        ASSERT_EQ(harness.update(toRight ? right : left), std::nullopt);
+        ASSERT_TRUE(harness.waitForLatestWhere(
+            [&](const QImage &f) { return isSolid(f, toRight ? 0x0030C0 : 0xC03000); }, 5000))
+            << "move " << move;
+        latencies.push_back(timer.elapsed());
+    }
+    std::sort(latencies.begin(), latencies.end());
+    std::printf("move latencies (ms, sorted):");
+    for (qint64 latency : latencies) {
+        std::printf(" %lld", static_cast<long long>(latency));
+    }
+    std::printf("\n");
+    EXPECT_LE(latencies[latencies.size() / 2], 100) << "median latency of a move in ms";
+}
+
+TEST(X11Stream, StaticScreenYieldsNoFrameAfterTheFirst)
+{
+    X11CaptureHarness harness;
+    const QRect region(200, 200, 500, 300);
+    PatternWindow window(display(), solidWindow(region, 0x208020));
+    ASSERT_TRUE(window.isShown());
+    ASSERT_TRUE(waitUntilPainted(window));
+    ASSERT_EQ(harness.start(region.adjusted(-50, -50, 50, 50)), std::nullopt);
+    ASSERT_TRUE(harness.waitForFrames(1, 10000));
+    X11CaptureHarness::pump(1500);
+    EXPECT_EQ(harness.frameCount(), 1);
+}
+
+TEST(X11Stream, ChangingPixelsInTheRegionYieldFrames)
+{
+    X11CaptureHarness harness;
+    const QRect region(100, 100, 320, 240);
+    PatternWindow window(display(), animatedBars(region));
+    ASSERT_TRUE(window.isShown());
+    ASSERT_EQ(harness.start(region), std::nullopt);
+    ASSERT_TRUE(harness.waitForFrames(1, 10000));
+    const int first = animationCounter(frameImage(harness.latestFrame()));
+    ASSERT_TRUE(harness.waitForFrames(15, 10000));
+    EXPECT_GT(animationCounter(frameImage(harness.latestFrame())), first);
+}
+
+TEST(X11Stream, ChangesOutsideTheRegionYieldNoFrames)
+{
+    X11CaptureHarness harness;
+    PatternWindow busy(display(), animatedBars(QRect(900, 500, 300, 200)));
+    PatternWindow still(display(), solidWindow(QRect(100, 100, 300, 200), 0x806040));
+    ASSERT_TRUE(busy.isShown() && still.isShown());
+    ASSERT_TRUE(waitUntilPainted(still));
+    ASSERT_EQ(harness.start(QRect(100, 100, 300, 200)), std::nullopt);
+    ASSERT_TRUE(harness.waitForFrames(1, 10000));
+    X11CaptureHarness::pump(1000);
+    EXPECT_EQ(harness.frameCount(), 1);
+}
+
+TEST(X11Stream, RepaintsOfOwnWindowsYieldNoFrames)
+{
+    X11CaptureHarness harness;
+    const QRect region(300, 300, 400, 300);
+    PatternWindow window(display(), solidWindow(region, 0x305070));
+    ASSERT_TRUE(window.isShown());
+    ASSERT_TRUE(waitUntilPainted(window));
+    const auto own = showOwnWindow(region, QColor(0xEE1122), QStringLiteral("Own busy"));
+    ASSERT_EQ(harness.start(region), std::nullopt);
+    ASSERT_TRUE(harness.waitForFrames(1, 10000));
+    // Our window repaints itself over the region again and again, as the mirror does.
+    QElapsedTimer timer;
+    timer.start();
+    int shade = 0;
+    while (timer.elapsed() < 1000) {
+        QPalette palette = own->palette();
+        palette.setColor(QPalette::Window, QColor(0xEE, shade++ % 256, 0x22));
+        own->setPalette(palette);
+        own->repaint();
+        X11CaptureHarness::pump(10);
+    }
+    EXPECT_EQ(harness.frameCount(), 1);
+    EXPECT_TRUE(isSolid(frameImage(harness.latestFrame()), 0x305070));
+}
+
+TEST(X11Stream, FrameRateStaysAtMostTheMaximumFramesPerSecond)
+{
+    X11CaptureHarness harness;
+    harness.maximumFramesPerSecond = 10;
+    const QRect region(100, 100, 320, 240);
+    PatternWindow window(display(), animatedBars(region));
+    ASSERT_TRUE(window.isShown());
+    ASSERT_EQ(harness.start(region), std::nullopt);
+    ASSERT_TRUE(harness.waitForFrames(1, 10000));
+    const int first = harness.frameCount();
+    X11CaptureHarness::pump(2000);
+    const int frames = harness.frameCount() - first;
+    EXPECT_LE(frames, 21);
+    EXPECT_GE(frames, 5);
+}
+
+TEST(X11Stream, SamplesArriveCompleteOnTheCaptureThread)
+{
+    X11CaptureHarness harness;
+    const QRect region(100, 100, 320, 240);
+    PatternWindow window(display(), animatedBars(region));
+    ASSERT_TRUE(window.isShown());
+    ASSERT_EQ(harness.start(region), std::nullopt);
+    ASSERT_TRUE(harness.waitForFrames(3, 10000));
+    EXPECT_EQ(harness.sampleThreadName(), QString::fromLatin1(x11::CaptureThread::threadName));
+    const std::vector<FrameStatus> statuses = harness.statuses();
+    EXPECT_TRUE(std::all_of(statuses.begin(), statuses.end(),
+                            [](FrameStatus status) { return status == FrameStatus::complete; }));
+    // Timestamps come from the monotonic clock.
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    const std::int64_t nowNs = std::int64_t(now.tv_sec) * 1000000000 + now.tv_nsec;
+    EXPECT_LE(harness.latestFrame().timestampNs(), nowNs);
+    EXPECT_GT(harness.latestFrame().timestampNs(), nowNs - 10'000'000'000);
+}
+
+TEST(X11Stream, ChurningWindowsNeverEndTheStreamAndLeaveNoResourcesBehind)
+{
+    const auto beforeStart = ownResourceCounts();
+    ASSERT_FALSE(beforeStart.empty()) << "X-Resource extension unavailable";
+    {
+        X11CaptureHarness harness;
+        const QRect region(100, 100, 600, 400);
+        PatternWindow window(display(), solidWindow(region, 0x446688));
+        ASSERT_TRUE(window.isShown());
+        ASSERT_EQ(harness.start(region), std::nullopt);
+        ASSERT_TRUE(harness.waitForFrames(1, 10000));
+        X11CaptureHarness::pump(300);
+        const auto beforeChurn = ownResourceCounts();
+
+        ChildProcess::Options options;
+        options.environment["DISPLAY"] = display();
+        options.captureStdout = true;
+        ChildProcess churn(
+            {patternWindowExecutable(), "--churn", "10", "--geometry", "600x400+100+100"}, options);
+        ASSERT_TRUE(churn.isStarted());
+        const int framesBefore = harness.frameCount();
+        std::optional<std::string> done;
+        X11CaptureHarness::waitUntil(
+            [&] {
+                done = churn.readLine(std::chrono::milliseconds(5));
+                return done.has_value();
+            },
+            30000);
+        ASSERT_TRUE(done.has_value() && done->rfind("done", 0) == 0)
+            << "churn did not finish, status "
+            << churn.waitForExit(std::chrono::seconds(1)).value_or(-1);
+        std::printf("churn: %s, %d frames while it ran\n", done->c_str(),
+                    harness.frameCount() - framesBefore);
+        EXPECT_GE(harness.frameCount() - framesBefore, 50) << "frames stopped coming";
+
+        // The churned windows are gone; the picture shows the window below again.
+        EXPECT_TRUE(harness.waitForLatestWhere(
+            [](const QImage &frame) { return isSolid(frame, 0x446688); }, 5000));
+        X11CaptureHarness::pump(300);
+        const auto afterChurn = ownResourceCounts();
+        // Nothing of the thousands of windows is held: damage objects and regions exactly as
+        // before, pictures and pixmaps at most the frame buffers the pool may have added.
+        EXPECT_EQ(countOf(afterChurn, "DAMAGE"), countOf(beforeChurn, "DAMAGE"));
+        EXPECT_EQ(countOf(afterChurn, "REGION"), countOf(beforeChurn, "REGION"));
+        EXPECT_LE(countOf(afterChurn, "PICTURE"), countOf(beforeChurn, "PICTURE") + 3);
+        EXPECT_LE(countOf(afterChurn, "PIXMAP"), countOf(beforeChurn, "PIXMAP") + 3);
+        ASSERT_EQ(harness.stop(), std::nullopt);
+    }
+    X11CaptureHarness::pump(200);
+    EXPECT_EQ(ownResourceCounts(), beforeStart);
+}
+
+TEST(X11Stream, StoppingFreesEveryResourceOfTheStream)
+{
+    PatternWindow window(display(), animatedBars(QRect(100, 100, 400, 300)));
+    ASSERT_TRUE(window.isShown());
+    X11CaptureHarness harness;
+    const auto before = ownResourceCounts();
+    for (int round = 0; round < 3; ++round) {
+        ASSERT_EQ(harness.start(QRect(50, 50, 500, 400), round == 1 ? QSize(250, 200) : QSize()),
+                  std::nullopt);
+        ASSERT_TRUE(harness.waitForFrames(harness.frameCount() + 3, 10000));
+        ASSERT_EQ(harness.stop(), std::nullopt);
+        EXPECT_EQ(ownResourceCounts(), before) << "round " << round;
+    }
+}
+
+TEST(X11Stream, UnknownDisplayFailsToStartWithAReason)
+{
+    X11CaptureHarness harness;
+    ContentFilter filter;
+    filter.displayID = 0xDEAD;
+    StreamConfiguration configuration;
+    configuration.width = 100;
+    configuration.height = 100;
+    configuration.sourceRect = QRectF(0, 0, 100, 100);
+    std::unique_ptr<CaptureStream> stream = harness.backend().createStream(filter, configuration);
+    std::optional<CaptureError> outcome;
+    stream->startCapture([&](CaptureError error) { outcome = error; });
+    ASSERT_TRUE(X11CaptureHarness::waitUntil([&] { return outcome.has_value(); }, 5000));
+    ASSERT_TRUE(outcome->has_value());
+    EXPECT_EQ(**outcome, QStringLiteral("The display 57005 is not available"));
+}
+
+TEST(X11Stream, UnreachableDisplayFailsWithAReason)
+{
+    X11CaptureHarness harness(":9999");
+    std::optional<bool> granted;
+    harness.backend().requestAccess([&](bool g) { granted = g; });
+    std::optional<ShareableContentResult> result;
+    harness.backend().loadShareableContent(
+        false, true, [&](ShareableContentResult r) { result = std::move(r); });
+    ASSERT_TRUE(X11CaptureHarness::waitUntil([&] { return result && granted; }, 5000));
+    EXPECT_FALSE(result->content.has_value());
+    EXPECT_EQ(result->error, QStringLiteral("The X display :9999 cannot be opened"));
+}
+
+TEST(X11Stream, DisplayWithoutCompositeFailsWithAReason)
+{
+    // A server of our own, without the Composite extension.
+    ChildProcess::Options options;
+    options.captureStdout = true;
+    ChildProcess server({"Xvfb", "-displayfd", "1", "-screen", "0", "640x480x24", "-extension",
+                         "Composite", "-nolisten", "tcp"},
+                        options);
+    const std::optional<std::string> number = server.readLine(std::chrono::seconds(20));
+    ASSERT_TRUE(number.has_value());
+    X11CaptureHarness harness(":" + *number);
+
+    std::optional<bool> granted;
+    harness.backend().requestAccess([&](bool g) { granted = g; });
+    std::optional<ShareableContentResult> result;
+    harness.backend().loadShareableContent(
+        false, true, [&](ShareableContentResult r) { result = std::move(r); });
+    ASSERT_TRUE(X11CaptureHarness::waitUntil([&] { return result && granted; }, 5000));
+    // Nothing to ask on X11; the missing extension is the failure.
+    EXPECT_TRUE(*granted);
+    EXPECT_FALSE(result->content.has_value());
+    EXPECT_EQ(result->error,
+              QStringLiteral("the X server lacks the Composite 0.2 extension that screen "
+                             "capture needs"));
+
+    ContentFilter filter;
+    StreamConfiguration configuration;
+    configuration.width = 100;
+    configuration.height = 100;
+    configuration.sourceRect = QRectF(0, 0, 100, 100);
+    std::unique_ptr<CaptureStream> stream = harness.backend().createStream(filter, configuration);
+    std::optional<CaptureError> outcome;
+    stream->startCapture([&](CaptureError error) { outcome = error; });
+    ASSERT_TRUE(X11CaptureHarness::waitUntil([&] { return outcome.has_value(); }, 5000));
+    ASSERT_TRUE(outcome->has_value());
+    EXPECT_EQ(**outcome, result->error);
+}
