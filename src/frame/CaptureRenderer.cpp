@@ -108,7 +108,9 @@ CaptureRenderer::~CaptureRenderer()
     glDeleteSamplers(3, samplers);
     glDeleteBuffers(1, &m_effectsBuffer);
     glDeleteVertexArrays(1, &m_vertexArray);
-    glDeleteProgram(m_captureProgram);
+    for (const GLuint program : m_capturePrograms) {
+        glDeleteProgram(program);
+    }
     glDeleteProgram(m_presentProgram);
 }
 
@@ -129,30 +131,39 @@ bool CaptureRenderer::initialize()
     }
     initializeOpenGLFunctions();
 
-    m_captureProgram =
-        linkProgram(*this, captureVertexShader(gles), captureFragmentShader(gles), m_failureReason);
-    if (m_captureProgram == 0) {
+    const auto fail = [this] {
+        for (GLuint &program : m_capturePrograms) {
+            glDeleteProgram(program);
+            program = 0;
+        }
+        glDeleteProgram(m_presentProgram);
+        m_presentProgram = 0;
         return false;
+    };
+    for (int state = 0; state < 3; ++state) {
+        const GLuint program = linkProgram(*this, captureVertexShader(gles),
+                                           captureFragmentShader(gles, state), m_failureReason);
+        if (program == 0) {
+            return fail();
+        }
+        m_capturePrograms[state] = program;
+        const GLuint effectsIndex = glGetUniformBlockIndex(program, "Effects");
+        if (effectsIndex != GL_INVALID_INDEX) {
+            glUniformBlockBinding(program, effectsIndex, 0);
+        } else if (state == 1) {
+            // The blurring program reads level and spacing from the effects block.
+            m_failureReason = QStringLiteral("the picture program has no effects block");
+            return fail();
+        }
+        glUseProgram(program);
+        glUniform1i(glGetUniformLocation(program, "plainSource"), 0);
+        glUniform1i(glGetUniformLocation(program, "blurSource"), 1);
     }
     m_presentProgram =
         linkProgram(*this, presentVertexShader(gles), presentFragmentShader(gles), m_failureReason);
     if (m_presentProgram == 0) {
-        glDeleteProgram(m_captureProgram);
-        m_captureProgram = 0;
-        return false;
+        return fail();
     }
-    const GLuint effectsIndex = glGetUniformBlockIndex(m_captureProgram, "Effects");
-    if (effectsIndex == GL_INVALID_INDEX) {
-        m_failureReason = QStringLiteral("the picture program has no effects block");
-        glDeleteProgram(m_captureProgram);
-        glDeleteProgram(m_presentProgram);
-        m_captureProgram = m_presentProgram = 0;
-        return false;
-    }
-    glUniformBlockBinding(m_captureProgram, effectsIndex, 0);
-    glUseProgram(m_captureProgram);
-    glUniform1i(glGetUniformLocation(m_captureProgram, "plainSource"), 0);
-    glUniform1i(glGetUniformLocation(m_captureProgram, "blurSource"), 1);
     glUseProgram(m_presentProgram);
     glUniform1i(glGetUniformLocation(m_presentProgram, "reduced"), 0);
     glUseProgram(0);
@@ -397,7 +408,7 @@ DrawResult CaptureRenderer::draw(GLuint framebuffer, QSize viewportPixels,
         }
     }
 
-    glUseProgram(m_captureProgram);
+    glUseProgram(m_capturePrograms[static_cast<int>(state)]);
     if (reduced.isEmpty()) {
         drawStrip();
     } else {

@@ -93,7 +93,8 @@ private:
 
     QString m_failureReason;
     bool m_initialized = false;
-    GLuint m_captureProgram = 0;
+    // The picture program built once per blur state (none, blur, fail-safe).
+    GLuint m_capturePrograms[3] = {0, 0, 0};
     GLuint m_presentProgram = 0;
     GLuint m_vertexArray = 0;
     GLuint m_effectsBuffer = 0;

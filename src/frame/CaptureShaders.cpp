@@ -59,10 +59,18 @@ out vec4 fragColor;
 
 vec4 lookpaneFragment(vec2 coord)
 {
-    if (params.x < 0.5) {
+#ifdef LOOKPANE_FIXED_STATE
+    // This build of the program serves one state only (the same value as params.x), so the
+    // compiler drops the branches it never takes; software rasterisers otherwise pay for the
+    // nine taps on every pixel even with blur off.
+    float state = LOOKPANE_FIXED_STATE;
+#else
+    float state = params.x;
+#endif
+    if (state < 0.5) {
         return texture(plainSource, coord);
     }
-    if (params.x > 1.5) {
+    if (state > 1.5) {
         // The chain could not be built: show none of the picture rather than a clear one.
         return vec4(0.04, 0.04, 0.05, 1.0);
     }
@@ -117,9 +125,13 @@ QByteArray captureVertexShader(bool gles)
     return header(gles, false) + captureVertexBody;
 }
 
-QByteArray captureFragmentShader(bool gles)
+QByteArray captureFragmentShader(bool gles, int fixedState)
 {
-    return header(gles, true) + captureFragmentBody;
+    QByteArray source = header(gles, true);
+    if (fixedState >= 0) {
+        source += "#define LOOKPANE_FIXED_STATE " + QByteArray::number(fixedState) + ".0\n";
+    }
+    return source + captureFragmentBody;
 }
 
 QByteArray presentVertexShader(bool gles)

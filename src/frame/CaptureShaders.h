@@ -11,7 +11,9 @@ namespace lookpane {
 // The picture program: entry points lookpaneVertex and lookpaneFragment, the effects block
 // `Effects { vec4 params; }` (x: blur state 0 / 1 / 2, y: mip level, z: tap spacing, w: 0).
 QByteArray captureVertexShader(bool gles);
-QByteArray captureFragmentShader(bool gles);
+// With `fixedState` 0, 1 or 2 the program is built for that blur state alone (it must then
+// only draw with that value in params.x); -1 reads the state from params.x.
+QByteArray captureFragmentShader(bool gles, int fixedState = -1);
 
 // Stretches a reduced-size blur target over the whole view with linear filtering.
 QByteArray presentVertexShader(bool gles);

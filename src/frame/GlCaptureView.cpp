@@ -63,7 +63,9 @@ GlCaptureView::GlCaptureView(QWidget *parent) : QOpenGLWidget(parent)
     setFormat(captureFormat());
     // The picture covers the whole view; nothing below needs painting.
     setAttribute(Qt::WA_OpaquePaintEvent);
-    setUpdateBehavior(QOpenGLWidget::NoPartialUpdate);
+    // The framebuffer keeps its picture between draws, so Qt can compose or grab the view
+    // again without the picture being drawn again.
+    setUpdateBehavior(QOpenGLWidget::PartialUpdate);
 }
 
 GlCaptureView::~GlCaptureView()
@@ -110,16 +112,29 @@ void GlCaptureView::initializeGL()
     renderer->setMaximumMipChainSide(m_maximumMipChainSide);
     renderer->setFrame(m_frame);
     m_renderer = std::move(renderer);
+    m_hasRenderedFrame = false;
+    m_needsDraw = true;
 }
 
 void GlCaptureView::resizeGL(int, int)
 {
     m_hasRenderedFrame = false;
+    m_needsDraw = true;
 }
 
 void GlCaptureView::paintGL()
 {
+    // Qt also asks for paints it needs for itself (exposure, composition, grabs); the
+    // framebuffer still holds the picture then.
+    if (m_needsDraw) {
+        render();
+    }
+}
+
+void GlCaptureView::render()
+{
     ++m_drawCount;
+    m_needsDraw = false;
     const QSize pixels = size() * devicePixelRatioF();
     if (!m_renderer) {
         glClearColor(0.0f, 0.0f, 0.0f, 1.0f);
@@ -139,6 +154,7 @@ void GlCaptureView::setFrame(const CapturedFrame &frame)
         m_renderer->setFrame(frame);
     }
     m_hasRenderedFrame = false;
+    m_needsDraw = true;
     update();
 }
 
@@ -148,11 +164,14 @@ void GlCaptureView::requestRedraw(bool immediately)
     if (m_frame.isNull()) {
         return;
     }
-    if (immediately && isVisible()) {
-        repaint();
-    } else {
-        update();
+    m_needsDraw = true;
+    if (immediately && m_renderer && isVisible()) {
+        // Draw now; the composition that update() schedules then finds the picture drawn.
+        makeCurrent();
+        render();
+        doneCurrent();
     }
+    update();
 }
 
 void GlCaptureView::setBlurEnabled(bool enabled)

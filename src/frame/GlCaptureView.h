@@ -71,6 +71,7 @@ protected:
 private:
     explicit GlCaptureView(QWidget *parent);
     void requestRedraw(bool immediately);
+    void render();
     void releaseRenderer();
 
     CapturedFrame m_frame;
@@ -78,6 +79,8 @@ private:
     int m_maximumMipChainSide = 0;
     std::unique_ptr<CaptureRenderer> m_renderer;
     bool m_hasRenderedFrame = false;
+    // The framebuffer no longer shows the current picture and settings.
+    bool m_needsDraw = true;
     bool m_unavailable = false;
     int m_drawCount = 0;
     DrawResult m_lastDraw;

@@ -17,7 +17,6 @@ PreviewView::PreviewView(bool showsAuthoringChrome, QWidget *parent,
         makeCaptureView ? makeCaptureView(this) : GlCaptureView::make(this);
     if (captureView) {
         captureView->setParent(this);
-        captureView->hide();
         captureView->onUnavailable = [this] { captureViewBecameUnavailable(); };
         m_captureView = captureView.release(); // owned by this view from here on
     } else {
@@ -61,8 +60,22 @@ QFont PreviewView::messageFont()
 
 void PreviewView::setCaptureViewVisible(bool visible)
 {
-    if (GlCaptureView *view = m_captureView) {
-        view->setVisible(visible);
+    // Until this view is first shown the capture view stays "not hidden", so the window is
+    // created for OpenGL composition from the start; showEvent applies the real state. (A
+    // window created without a visible OpenGL child never shows one added later.)
+    if (!m_wasShown) {
+        return;
+    }
+    GlCaptureView *view = m_captureView;
+    if (view == nullptr || view->isVisible() == visible) {
+        return;
+    }
+    view->setVisible(visible);
+    if (visible) {
+        // Qt 6.4 composes an OpenGL child that was shown again only once a plain widget of
+        // the window repaints as well; without this the window keeps its last composition
+        // (black) until something else changes.
+        m_annotationCanvas->update();
     }
 }
 
@@ -131,6 +144,14 @@ void PreviewView::captureViewBecameUnavailable()
     view->deleteLater();
     m_message = unavailableMessage();
     update();
+}
+
+void PreviewView::showEvent(QShowEvent *)
+{
+    if (!m_wasShown) {
+        m_wasShown = true;
+        applyStyle();
+    }
 }
 
 void PreviewView::resizeEvent(QResizeEvent *)

@@ -61,6 +61,7 @@ public:
 protected:
     void paintEvent(QPaintEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
+    void showEvent(QShowEvent *event) override;
 
 private:
     void captureViewBecameUnavailable();
@@ -72,6 +73,7 @@ private:
     ScopeBorderView *m_scopeBorderView = nullptr;
     AnnotationCanvasView *m_annotationCanvas = nullptr;
     bool m_hasCapturedFrame = false;
+    bool m_wasShown = false;
 };
 
 } // namespace lookpane
