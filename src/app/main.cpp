@@ -1,14 +1,10 @@
-#include "app/FrameWindowPlaceholder.h"
+#include "app/AppDelegate.h"
 #include "app/SingleInstance.h"
 #include "app/UnixSignalQuitter.h"
-#include "model/FramePreferences.h"
 #include "model/Preferences.h"
-#include "model/ScreenLayout.h"
 
 #include <QApplication>
 #include <QIcon>
-#include <QKeySequence>
-#include <QShortcut>
 
 int main(int argc, char *argv[])
 {
@@ -17,8 +13,9 @@ int main(int argc, char *argv[])
     QApplication::setApplicationName(QStringLiteral("Lookpane"));
     QApplication::setApplicationVersion(QStringLiteral(LOOKPANE_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("lookpane"));
-    QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/lookpane/lookpane.svg")));
+    // Closing Lookpane's windows never quits it.
+    QApplication::setQuitOnLastWindowClosed(false);
 
     lookpane::SingleInstance instance;
     if (!instance.claim()) {
@@ -28,20 +25,11 @@ int main(int argc, char *argv[])
     lookpane::UnixSignalQuitter signalQuitter;
 
     lookpane::Preferences preferences;
-    preferences.registerDefaults();
-    lookpane::FramePreferences framePreferences(preferences, &lookpane::currentScreenLayout);
+    lookpane::AppDelegate delegate(preferences);
+    instance.onReopenRequested = [&delegate] { delegate.applicationShouldHandleReopen(); };
+    QObject::connect(&app, &QApplication::aboutToQuit, &delegate,
+                     &lookpane::AppDelegate::applicationWillTerminate);
 
-    lookpane::FrameWindowPlaceholder frameWindow(framePreferences);
-    auto *quitShortcut = new QShortcut(QKeySequence(QStringLiteral("Ctrl+Q")), &frameWindow);
-    quitShortcut->setContext(Qt::ApplicationShortcut);
-    QObject::connect(quitShortcut, &QShortcut::activated, &app, &QApplication::quit);
-    QObject::connect(&app, &QApplication::aboutToQuit, &frameWindow,
-                     &lookpane::FrameWindowPlaceholder::saveFrame);
-    instance.onReopenRequested = [&frameWindow] {
-        frameWindow.show();
-        frameWindow.raise();
-    };
-    frameWindow.show();
-
+    delegate.applicationDidFinishLaunching();
     return QApplication::exec();
 }

@@ -15,6 +15,7 @@
 #include "shortcuts/PhysicalKeys.h"
 #include "shortcuts/ToolShortcutPreferences.h"
 #include "toolbar/FrameToolbarWindowController.h"
+#include "toolbar/x11/X11DesktopHints.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -191,6 +192,7 @@ void LookpaneWindowController::show()
     X11WindowTraits::setOnAllDesktops(m_frameWindow.get());
     X11WindowTraits::setOnAllDesktops(m_shareWindow.get());
     applyShareWindowInput();
+    applyOutlineShape();
 
     const bool wasVisible = m_isFrameVisible;
     m_isFrameVisible = true;
@@ -288,7 +290,33 @@ void LookpaneWindowController::applyMode()
     QPalette sharePalette = m_shareWindow->palette();
     sharePalette.setColor(QPalette::Window, Qt::black);
     m_shareWindow->setPalette(sharePalette);
+    applyOutlineShape();
     m_frameWindow->update();
+}
+
+void LookpaneWindowController::applyOutlineShape()
+{
+    // Detached, the frame is an outline the user sees the region through. A compositing
+    // manager shows the transparent middle as it is; without one the window would show black
+    // there, so its shape is cut down to the edge bands (and the banner). Drawing needs the
+    // whole window to take the mouse, so it keeps its full shape meanwhile.
+    const bool cut =
+        m_mode == ShareMode::detached && !m_isDrawing && !x11::isCompositingManagerRunning();
+    if (!cut) {
+        if (m_outlineShapeApplied) {
+            X11WindowTraits::clearBoundingRegion(m_frameWindow.get());
+            m_outlineShapeApplied = false;
+        }
+        return;
+    }
+    std::vector<QRect> rects = X11WindowTraits::edgeBands(m_frameWindow->size(), edgeBand);
+    if (m_isPrivacyBlurActive) {
+        const QRectF outline = ScopeBorderView::outlineRect(QRectF(m_frameWindow->rect()));
+        if (const std::optional<QRectF> banner = ScopeBorderView::bannerRect(outline)) {
+            rects.push_back(banner->toAlignedRect());
+        }
+    }
+    m_outlineShapeApplied = X11WindowTraits::setBoundingRegion(m_frameWindow.get(), rects);
 }
 
 void LookpaneWindowController::applyShareWindowInput()
@@ -492,8 +520,9 @@ void LookpaneWindowController::frameResized()
     }
     syncDetachedAspectRatio();
     positionToolbar();
-    // The bands that take clicks follow the window's size.
+    // The bands that take clicks, and the outline's shape, follow the window's size.
     updateMouseInteraction();
+    applyOutlineShape();
 }
 
 void LookpaneWindowController::frameLiveResizeEnded()
@@ -538,6 +567,7 @@ void LookpaneWindowController::setPrivacyBlur(bool active)
         view->setBlurEnabled(active);
     }
     m_previewView->scopeBorderView()->setPrivacyBlurActive(active);
+    applyOutlineShape();
     updateToolbar();
 }
 
@@ -592,6 +622,7 @@ void LookpaneWindowController::setDrawingMode(bool drawing)
     }
     m_isDrawing = drawing;
     m_previewView->annotationCanvas()->setEditing(drawing);
+    applyOutlineShape();
     m_frameWindow->setMovableByBackground(!drawing);
     if (drawing) {
         updateMouseInteraction();

@@ -140,6 +140,7 @@ private:
     void frameLiveResizeEnded();
     void shareWindowMovedOrResized();
     void applyShareWindowInput();
+    void applyOutlineShape();
     void saveDetachedFrame();
     std::optional<ScreenLayout::Screen> layoutScreenOfFrame() const;
     std::optional<QRectF> visibleFrameOfFrameScreen() const;
@@ -166,6 +167,7 @@ private:
     bool m_moveMode = false;
     bool m_liveResizing = false;
     bool m_framePassesInteriorClicks = false;
+    bool m_outlineShapeApplied = false;
     std::optional<QRectF> m_toolbarDragStartFrame;
 
     std::unique_ptr<BorderlessWindow> m_frameWindow;

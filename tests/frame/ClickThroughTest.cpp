@@ -71,7 +71,7 @@ protected:
 TEST_F(ClickThrough, InteriorClicksReachTheWindowBeneathAndEdgeBandsTakeThem)
 {
     PatternWindow pattern(testDisplay().displayName(),
-                          {QRect(200, 200, 640, 360), Pattern::bars, 0, "Beneath"});
+                          PatternWindow::at(QRect(200, 200, 640, 360), Pattern::bars, "Beneath"));
     ASSERT_TRUE(pattern.isShown());
     // Where the window manager put the pattern window's contents (below its title bar).
     const QRect beneath = placedGeometry(pattern);
@@ -127,7 +127,7 @@ TEST_F(ClickThrough, InteriorClicksReachTheWindowBeneathAndEdgeBandsTakeThem)
 TEST_F(ClickThrough, AnEmptyInputRegionLetsEveryClickThrough)
 {
     PatternWindow pattern(testDisplay().displayName(),
-                          {QRect(300, 300, 400, 300), Pattern::checker, 0, "Under"});
+                          PatternWindow::at(QRect(300, 300, 400, 300), Pattern::checker, "Under"));
     ASSERT_TRUE(pattern.isShown());
     const QRect beneath = placedGeometry(pattern);
     BorderlessWindow frame;

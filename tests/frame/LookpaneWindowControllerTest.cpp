@@ -116,7 +116,8 @@ TEST_F(FrameController, DrawingModeWithClickThroughTakesTheWholeFrameAndLeavingI
 
 TEST_F(FrameController, WithClickThroughTheEdgeBandsTakeClicksAndTheInteriorPassesThem)
 {
-    PatternWindow pattern(display(), {QRect(200, 200, 640, 360), Pattern::bars, 0, "Beneath"});
+    PatternWindow pattern(display(),
+                          PatternWindow::at(QRect(200, 200, 640, 360), Pattern::bars, "Beneath"));
     ASSERT_TRUE(pattern.isShown());
     const QRect beneath = windowInfo(display(), pattern.window()).value_or(WindowInfo{}).geometry;
     auto controller = makeController(beneath);

@@ -37,6 +37,16 @@ public:
         std::string windowType;
     };
 
+    // The usual options: a titled window of `pattern` at `geometry`.
+    static Options at(const QRect &geometry, Pattern pattern, std::string title)
+    {
+        Options options;
+        options.geometry = geometry;
+        options.pattern = pattern;
+        options.title = std::move(title);
+        return options;
+    }
+
     PatternWindow(const std::string &display, Options options);
 
     // Whether the window was mapped and painted.

@@ -40,7 +40,7 @@ bool checked(xcb_connection_t *c, xcb_void_cookie_t cookie)
 
 } // namespace
 
-bool setInputRegion(QWidget *window, const std::vector<QRect> &rects)
+static bool setShape(QWidget *window, xcb_shape_kind_t kind, const std::vector<QRect> &rects)
 {
     xcb_connection_t *c = connection();
     const xcb_window_t id = nativeWindow(window);
@@ -65,12 +65,12 @@ bool setInputRegion(QWidget *window, const std::vector<QRect> &rects)
         // gives the same empty region without that ambiguity.
         xrects.push_back({-1, -1, 1, 1});
     }
-    return checked(c, xcb_shape_rectangles_checked(
-                          c, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED, id,
-                          0, 0, static_cast<uint32_t>(xrects.size()), xrects.data()));
+    return checked(
+        c, xcb_shape_rectangles_checked(c, XCB_SHAPE_SO_SET, kind, XCB_CLIP_ORDERING_UNSORTED, id,
+                                        0, 0, static_cast<uint32_t>(xrects.size()), xrects.data()));
 }
 
-bool clearInputRegion(QWidget *window)
+static bool clearShape(QWidget *window, xcb_shape_kind_t kind)
 {
     xcb_connection_t *c = connection();
     const xcb_window_t id = nativeWindow(window);
@@ -78,8 +78,27 @@ bool clearInputRegion(QWidget *window)
         return false;
     }
     // A "none" mask resets the input shape to the window's own extent.
-    return checked(c, xcb_shape_mask_checked(c, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, id, 0, 0,
-                                             XCB_PIXMAP_NONE));
+    return checked(c, xcb_shape_mask_checked(c, XCB_SHAPE_SO_SET, kind, id, 0, 0, XCB_PIXMAP_NONE));
+}
+
+bool setInputRegion(QWidget *window, const std::vector<QRect> &rects)
+{
+    return setShape(window, XCB_SHAPE_SK_INPUT, rects);
+}
+
+bool clearInputRegion(QWidget *window)
+{
+    return clearShape(window, XCB_SHAPE_SK_INPUT);
+}
+
+bool setBoundingRegion(QWidget *window, const std::vector<QRect> &rects)
+{
+    return setShape(window, XCB_SHAPE_SK_BOUNDING, rects);
+}
+
+bool clearBoundingRegion(QWidget *window)
+{
+    return clearShape(window, XCB_SHAPE_SK_BOUNDING);
 }
 
 std::vector<QRect> edgeBands(const QSize &size, int band)

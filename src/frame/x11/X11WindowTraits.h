@@ -18,6 +18,13 @@ bool setInputRegion(QWidget *window, const std::vector<QRect> &rects);
 // Restores the default input shape: the whole window takes clicks.
 bool clearInputRegion(QWidget *window);
 
+// Sets the window's bounding shape: only `rects` (window coordinates) remain of the window,
+// on screen and for the mouse. Without a compositing manager this is how a window shows the
+// windows beneath through its middle.
+bool setBoundingRegion(QWidget *window, const std::vector<QRect> &rects);
+// Restores the window's full rectangular shape.
+bool clearBoundingRegion(QWidget *window);
+
 // The bands along the window's edges that take clicks while its interior lets them through.
 std::vector<QRect> edgeBands(const QSize &size, int band);
 
