@@ -72,6 +72,7 @@ LookpaneWindowController::LookpaneWindowController(Preferences &preferences,
       m_toolShortcuts(std::make_unique<ToolShortcutPreferences>(preferences))
 {
     m_toolbar = std::make_unique<FrameToolbarWindowController>();
+    X11WindowTraits::setWindowRole(m_toolbar->window(), "toolbar");
 
     m_mode = m_framePreferences.mode();
     m_ratio = m_framePreferences.ratio();
@@ -130,6 +131,9 @@ void LookpaneWindowController::configureWindows(const QRectF &contentRect)
     m_shareWindow->setGeometry(toQt(contentRect));
     setStaysOnTop(m_frameWindow.get(), m_alwaysOnTop);
     m_frameWindow->setMovableByBackground(true);
+
+    X11WindowTraits::setWindowRole(m_frameWindow.get(), "frame");
+    X11WindowTraits::setWindowRole(m_shareWindow.get(), "share");
 
     m_frameWindow->onMoved = [this] { frameMoved(); };
     m_frameWindow->onResized = [this] { frameResized(); };

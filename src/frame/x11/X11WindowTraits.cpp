@@ -153,3 +153,28 @@ bool setOnAllDesktops(QWidget *window)
 }
 
 } // namespace lookpane::X11WindowTraits
+
+namespace lookpane::X11WindowTraits {
+
+bool setWindowRole(QWidget *window, const QByteArray &role)
+{
+    xcb_connection_t *c = connection();
+    if (!c || !window || !window->isWindow()) {
+        return false;
+    }
+    const auto id = static_cast<xcb_window_t>(window->winId());
+    const char *name = "WM_WINDOW_ROLE";
+    std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> atom(
+        xcb_intern_atom_reply(
+            c, xcb_intern_atom(c, 0, static_cast<uint16_t>(std::strlen(name)), name), nullptr),
+        &std::free);
+    if (!atom) {
+        return false;
+    }
+    return checked(c, xcb_change_property_checked(c, XCB_PROP_MODE_REPLACE, id, atom->atom,
+                                                  XCB_ATOM_STRING, 8,
+                                                  static_cast<uint32_t>(role.size()),
+                                                  role.constData()));
+}
+
+} // namespace lookpane::X11WindowTraits

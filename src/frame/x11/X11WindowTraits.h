@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QRect>
 
 #include <cstdint>
@@ -27,6 +28,10 @@ bool clearBoundingRegion(QWidget *window);
 
 // The bands along the window's edges that take clicks while its interior lets them through.
 std::vector<QRect> edgeBands(const QSize &size, int band);
+
+// Names the window's role (WM_WINDOW_ROLE), which tells Lookpane's windows apart for window
+// managers and session tools: "frame", "share", "toolbar". Creates the native window.
+bool setWindowRole(QWidget *window, const QByteArray &role);
 
 // Shows the window on every virtual desktop (_NET_WM_DESKTOP 0xFFFFFFFF).
 bool setOnAllDesktops(QWidget *window);
