@@ -82,6 +82,8 @@ TEST_F(RenderCaptureView, LightBlurRemovesFineDetailAndKeepsBlockColours)
     const QImage drawn = view->grabFramebuffer();
     const double before = laplacianEnergy(picture);
     const double after = laplacianEnergy(drawn);
+    std::printf("light: energy %.2f -> %.2f (%.1f %% left), worst 64-block mean %d levels\n",
+                before, after, 100.0 * after / before, maxBlockMeanDifference(drawn, picture, 64));
     EXPECT_LE(after, before * 0.10) << "energy " << before << " -> " << after;
     EXPECT_LE(maxBlockMeanDifference(drawn, picture, 64), 6);
     saveScreenshot(drawn, "capture-light");
@@ -99,6 +101,8 @@ TEST_F(RenderCaptureView, StrongBlurRemovesFineDetailAndKeepsBlockColours)
     const QImage drawn = view->grabFramebuffer();
     const double before = laplacianEnergy(picture);
     const double after = laplacianEnergy(drawn);
+    std::printf("strong: energy %.2f -> %.2f (%.1f %% left), worst 64-block mean %d levels\n",
+                before, after, 100.0 * after / before, maxBlockMeanDifference(drawn, picture, 64));
     EXPECT_LE(after, before * 0.03) << "energy " << before << " -> " << after;
     EXPECT_LE(maxBlockMeanDifference(drawn, picture, 64), 6);
     saveScreenshot(drawn, "capture-strong");
