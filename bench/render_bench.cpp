@@ -3,6 +3,7 @@
 // shader beside them), then the frame rate of a blurred share view fed new pictures.
 #include "XvfbServer.h"
 
+#include "annotation/AnnotationCanvasView.h"
 #include "capture/CapturedFrame.h"
 #include "frame/CaptureRenderer.h"
 #include "frame/GlCaptureView.h"
@@ -103,6 +104,19 @@ void measureRenderer(QSize size, int iterations)
     RenderSettings plain;
     plain.captureScale = 1.0;
     std::printf("%-6s unblurred frame (upload + draw)    %7.2f ms\n", label, drawTime(plain));
+    // The same picture drawn again: no upload, no mip chain; only the passes over the target.
+    const auto redrawTime = [&](RenderSettings settings) {
+        renderer.setFrame(frames[0]);
+        return timePerCall(iterations, [&](int) {
+            renderer.draw(target.handle(), size, settings);
+            gl->glFinish();
+        });
+    };
+    RenderSettings light = plain;
+    light.blurEnabled = true;
+    std::printf("%-6s redraw of a held picture: unblurred %7.2f ms, light blur scale 1 "
+                "(small nine-tap pass + stretch) %7.2f ms\n",
+                label, redrawTime(plain), redrawTime(light));
     for (const double scale : {1.0, 2.0}) {
         for (const BlurStrength strength : {BlurStrength::light, BlurStrength::strong}) {
             RenderSettings blur;
@@ -123,7 +137,7 @@ void measureRenderer(QSize size, int iterations)
 
 // Frames per second of a share view (a PreviewView in its own window, no authoring chrome) fed
 // a new picture as soon as the previous one has reached the window.
-double shareViewFps(QSize size, bool blur, double seconds)
+double shareViewFps(QSize size, bool blur, double seconds, bool canvasShown = true)
 {
     const std::vector<CapturedFrame> frames = pictures(size);
     PreviewView share(false);
@@ -138,6 +152,9 @@ double shareViewFps(QSize size, bool blur, double seconds)
     view->setBlurEnabled(blur);
     share.setBlurStrength(BlurStrength::light);
     share.show();
+    if (!canvasShown) {
+        share.annotationCanvas()->hide();
+    }
     int delivered = 0;
     int swapped = 0;
     QObject::connect(view, &QOpenGLWidget::frameSwapped, [&] {
@@ -159,9 +176,10 @@ double shareViewFps(QSize size, bool blur, double seconds)
     }
     const double elapsed = static_cast<double>(timer.nsecsElapsed()) / 1e9;
     const double fps = (swapped - startSwaps) / elapsed;
-    std::printf("share view %dx%d, blur %s: %.1f fps (%d draws, %d swaps in %.1f s)\n",
-                size.width(), size.height(), blur ? "light" : "off", fps,
-                view->drawCount() - startDraws, swapped - startSwaps, elapsed);
+    std::printf("share view %dx%d, blur %s%s: %.1f fps (%d draws, %d swaps in %.1f s)\n",
+                size.width(), size.height(), blur ? "light" : "off",
+                canvasShown ? "" : ", canvas hidden", fps, view->drawCount() - startDraws,
+                swapped - startSwaps, elapsed);
     return fps;
 }
 
@@ -236,6 +254,43 @@ double directWindowFps(QSize size, bool blur, double seconds)
     return fps;
 }
 
+// A capture view alone as its own window: the widget composition without the preview's
+// other layers.
+double bareViewFps(QSize size, bool blur, double seconds)
+{
+    const std::vector<CapturedFrame> frames = pictures(size);
+    std::unique_ptr<GlCaptureView> view = GlCaptureView::make();
+    if (!view) {
+        return 0.0;
+    }
+    view->setWindowFlag(Qt::FramelessWindowHint);
+    view->resize(size);
+    view->move(0, 0);
+    view->setCaptureScale(1.0);
+    view->setBlurEnabled(blur);
+    view->show();
+    int swapped = 0;
+    QObject::connect(view.get(), &QOpenGLWidget::frameSwapped, [&] {
+        ++swapped;
+        view->setFrame(frames[static_cast<std::size_t>(swapped % 2)]);
+    });
+    view->setFrame(frames[0]);
+    QElapsedTimer timer;
+    timer.start();
+    while (timer.elapsed() < 1000) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    }
+    const int start = swapped;
+    timer.restart();
+    while (timer.elapsed() < seconds * 1000) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    }
+    const double fps = (swapped - start) / (static_cast<double>(timer.nsecsElapsed()) / 1e9);
+    std::printf("bare GlCaptureView window %dx%d, blur %s: %.1f fps\n", size.width(), size.height(),
+                blur ? "light" : "off", fps);
+    return fps;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -277,8 +332,11 @@ int main(int argc, char **argv)
 
     directWindowFps({1920, 1080}, false, 3.0);
     directWindowFps({1920, 1080}, true, 3.0);
+    bareViewFps({1920, 1080}, false, 3.0);
+    bareViewFps({1920, 1080}, true, 3.0);
     shareViewFps({1920, 1080}, false, 3.0);
     shareViewFps({1280, 720}, true, 3.0);
+    shareViewFps({1920, 1080}, true, 3.0, false);
     const double fps = shareViewFps({1920, 1080}, true, 3.0);
     std::printf("blur_light_1080p_fps=%.1f\n", fps);
     return 0;

