@@ -76,6 +76,10 @@ private:
     std::vector<FrameStatus> m_statuses;
 };
 
+// Starts the test display's window manager and waits until it manages new windows (openbox
+// announces itself before it has finished setting up).
+bool startWindowManagerAndWait();
+
 // A deep copy of a frame's picture (Format_RGB32).
 QImage frameImage(const CapturedFrame &frame);
 // Saves a picture under $LOOKPANE_X11_FRAME_DIR (when set) as NAME.png, for looking at.

@@ -87,11 +87,7 @@ bool waitUntilListed(X11CaptureHarness &harness, std::uint32_t window)
 class X11ShareableWindows : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(testDisplay().startWindowManager());
-        X11CaptureHarness::pump(1500);
-    }
+    void SetUp() override { ASSERT_TRUE(startWindowManagerAndWait()); }
 };
 
 TEST_F(X11ShareableWindows, DisplayIsTheRandrMonitorWithItsOutputId)

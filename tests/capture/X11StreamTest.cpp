@@ -354,3 +354,19 @@ TEST(X11Stream, DisplayWithoutCompositeFailsWithAReason)
     ASSERT_TRUE(outcome->has_value());
     EXPECT_EQ(**outcome, result->error);
 }
+
+TEST(X11Stream, ClientDrawingInsideAWindowManagersFrameYieldsFrames)
+{
+    ASSERT_TRUE(startWindowManagerAndWait());
+    X11CaptureHarness harness;
+    // Under a window manager the root's child is the frame; the pattern draws into its child.
+    PatternWindow window(display(), animatedBars(QRect(200, 200, 400, 300)));
+    ASSERT_TRUE(window.isShown());
+    const std::optional<WindowInfo> info = windowInfo(display(), window.window());
+    ASSERT_TRUE(info.has_value());
+    ASSERT_EQ(harness.start(info->geometry), std::nullopt);
+    ASSERT_TRUE(harness.waitForFrames(1, 10000));
+    const int first = animationCounter(frameImage(harness.latestFrame()));
+    ASSERT_TRUE(harness.waitForFrames(10, 10000)) << "damage inside the frame went unseen";
+    EXPECT_GT(animationCounter(frameImage(harness.latestFrame())), first);
+}
