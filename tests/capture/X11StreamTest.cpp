@@ -370,3 +370,31 @@ TEST(X11Stream, ClientDrawingInsideAWindowManagersFrameYieldsFrames)
     ASSERT_TRUE(harness.waitForFrames(10, 10000)) << "damage inside the frame went unseen";
     EXPECT_GT(animationCounter(frameImage(harness.latestFrame())), first);
 }
+
+TEST(X11Stream, DisplayWithoutSharedMemoryIsReadWithGetImage)
+{
+    // A remote-like server of our own, without MIT-SHM.
+    ChildProcess::Options options;
+    options.captureStdout = true;
+    ChildProcess server({"Xvfb", "-displayfd", "1", "-screen", "0", "800x600x24", "-extension",
+                         "MIT-SHM", "+extension", "Composite", "+extension", "RANDR", "-nolisten",
+                         "tcp"},
+                        options);
+    const std::optional<std::string> number = server.readLine(std::chrono::seconds(20));
+    ASSERT_TRUE(number.has_value());
+    const std::string plainDisplay = ":" + *number;
+    X11CaptureHarness harness(plainDisplay);
+    PatternWindow::Options patternOptions;
+    patternOptions.geometry = QRect(50, 40, 320, 200);
+    patternOptions.pattern = Pattern::checker;
+    PatternWindow window(plainDisplay, patternOptions);
+    ASSERT_TRUE(window.isShown());
+    ASSERT_EQ(harness.start(QRect(50, 40, 320, 200)), std::nullopt);
+    ASSERT_TRUE(harness.waitForLatestWhere(
+        [&](const QImage &frame) {
+            return countMismatches(frame, frame.rect(),
+                                   [&](int x, int y) { return window.expectedPixel(x, y); }) == 0;
+        },
+        10000));
+    EXPECT_EQ(harness.latestFrame().bytesPerRow(), 320 * 4);
+}
