@@ -86,6 +86,10 @@ CaptureError X11CaptureHarness::start(const QRect &source, QSize size,
             m_statuses.push_back(*sample.status);
         }
     };
+    m_stream->onStopped = [this](const QString &error) {
+        std::lock_guard lock(m_mutex);
+        m_stoppedError = error;
+    };
     if (CaptureError error = m_stream->addStreamOutput()) {
         return error;
     }
@@ -108,6 +112,12 @@ CaptureError X11CaptureHarness::stop()
         waitForCompletion([this](CaptureCompletion done) { m_stream->stopCapture(done); });
     m_stream.reset();
     return error;
+}
+
+std::optional<QString> X11CaptureHarness::stoppedError() const
+{
+    std::lock_guard lock(m_mutex);
+    return m_stoppedError;
 }
 
 int X11CaptureHarness::frameCount() const

@@ -398,3 +398,23 @@ TEST(X11Stream, DisplayWithoutSharedMemoryIsReadWithGetImage)
         10000));
     EXPECT_EQ(harness.latestFrame().bytesPerRow(), 320 * 4);
 }
+
+TEST(X11Stream, LosingTheXServerEndsTheStreamWithAReason)
+{
+    ChildProcess::Options options;
+    options.captureStdout = true;
+    auto server = std::make_unique<ChildProcess>(
+        std::vector<std::string>{"Xvfb", "-displayfd", "1", "-screen", "0", "640x480x24",
+                                 "+extension", "Composite", "-nolisten", "tcp"},
+        options);
+    const std::optional<std::string> number = server->readLine(std::chrono::seconds(20));
+    ASSERT_TRUE(number.has_value());
+    X11CaptureHarness harness(":" + *number);
+    ASSERT_EQ(harness.start(QRect(0, 0, 320, 240)), std::nullopt);
+    ASSERT_TRUE(harness.waitForFrames(1, 10000));
+    server.reset(); // the X server goes away
+    ASSERT_TRUE(
+        X11CaptureHarness::waitUntil([&] { return harness.stoppedError().has_value(); }, 10000));
+    EXPECT_EQ(*harness.stoppedError(), QStringLiteral("The connection to the X display was lost"));
+    EXPECT_EQ(harness.stop(), std::nullopt);
+}
