@@ -14,6 +14,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -49,6 +50,8 @@ public:
     // The name of the thread that delivered the last sample.
     QString sampleThreadName() const;
     std::vector<FrameStatus> statuses() const;
+    // What onStopped reported, if the stream ended by itself.
+    std::optional<QString> stoppedError() const;
 
     // Runs the event loop until `condition` holds; false on timeout.
     static bool waitUntil(const std::function<bool()> &condition, int timeoutMs);
@@ -74,7 +77,12 @@ private:
     CapturedFrame m_latest;
     QString m_threadName;
     std::vector<FrameStatus> m_statuses;
+    std::optional<QString> m_stoppedError;
 };
+
+// Starts the test display's window manager and waits until it manages new windows (openbox
+// announces itself before it has finished setting up).
+bool startWindowManagerAndWait();
 
 // A deep copy of a frame's picture (Format_RGB32).
 QImage frameImage(const CapturedFrame &frame);

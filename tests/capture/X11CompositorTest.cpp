@@ -357,3 +357,40 @@ TEST(X11Compositor, DesktopBackgroundComesFromTheRootPixmap)
         5000));
     xcb_disconnect(c);
 }
+
+TEST(X11Compositor, OwnWindowInsideAWindowManagersFrameIsLeftOut)
+{
+    ASSERT_TRUE(startWindowManagerAndWait());
+    X11CaptureHarness harness;
+    const QRect region(300, 200, 480, 320);
+    PatternWindow::Options options = patternOptions(region, Pattern::bars);
+    options.undecorated = true;
+    PatternWindow pattern(display(), options);
+    ASSERT_TRUE(pattern.isShown());
+    // A decorated window of ours: the window manager wraps it in a frame of its own, and
+    // that frame (with its title bar) must go too.
+    auto own = std::make_unique<QWidget>();
+    own->setWindowTitle(QStringLiteral("Own decorated"));
+    QPalette palette = own->palette();
+    palette.setColor(QPalette::Window, ownRed);
+    own->setPalette(palette);
+    own->setAutoFillBackground(true);
+    own->setGeometry(region.adjusted(40, 60, -40, -20));
+    own->show();
+    ASSERT_TRUE(X11CaptureHarness::waitUntil(
+        [&] {
+            const QImage shot = grabScreenRect(display(), QRect(region.center(), QSize(1, 1)));
+            return !shot.isNull() && QColor(shot.pixel(0, 0)) == ownRed;
+        },
+        10000));
+    const std::optional<WindowInfo> client = windowInfo(display(), pattern.window());
+    ASSERT_TRUE(client.has_value());
+    ASSERT_EQ(harness.start(client->geometry), std::nullopt);
+    ASSERT_TRUE(harness.waitForFrames(1, 10000));
+    const QImage frame = frameImage(harness.latestFrame());
+    saveForInspection(frame, QStringLiteral("own-window-with-openbox-frame"));
+    EXPECT_EQ(countOwnPixels(frame), 0);
+    EXPECT_EQ(countMismatches(frame, frame.rect(),
+                              [&](int x, int y) { return pattern.expectedPixel(x, y); }),
+              0);
+}

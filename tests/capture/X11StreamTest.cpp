@@ -354,3 +354,67 @@ TEST(X11Stream, DisplayWithoutCompositeFailsWithAReason)
     ASSERT_TRUE(outcome->has_value());
     EXPECT_EQ(**outcome, result->error);
 }
+
+TEST(X11Stream, ClientDrawingInsideAWindowManagersFrameYieldsFrames)
+{
+    ASSERT_TRUE(startWindowManagerAndWait());
+    X11CaptureHarness harness;
+    // Under a window manager the root's child is the frame; the pattern draws into its child.
+    PatternWindow window(display(), animatedBars(QRect(200, 200, 400, 300)));
+    ASSERT_TRUE(window.isShown());
+    const std::optional<WindowInfo> info = windowInfo(display(), window.window());
+    ASSERT_TRUE(info.has_value());
+    ASSERT_EQ(harness.start(info->geometry), std::nullopt);
+    ASSERT_TRUE(harness.waitForFrames(1, 10000));
+    const int first = animationCounter(frameImage(harness.latestFrame()));
+    ASSERT_TRUE(harness.waitForFrames(10, 10000)) << "damage inside the frame went unseen";
+    EXPECT_GT(animationCounter(frameImage(harness.latestFrame())), first);
+}
+
+TEST(X11Stream, DisplayWithoutSharedMemoryIsReadWithGetImage)
+{
+    // A remote-like server of our own, without MIT-SHM.
+    ChildProcess::Options options;
+    options.captureStdout = true;
+    ChildProcess server({"Xvfb", "-displayfd", "1", "-screen", "0", "800x600x24", "-extension",
+                         "MIT-SHM", "+extension", "Composite", "+extension", "RANDR", "-nolisten",
+                         "tcp"},
+                        options);
+    const std::optional<std::string> number = server.readLine(std::chrono::seconds(20));
+    ASSERT_TRUE(number.has_value());
+    const std::string plainDisplay = ":" + *number;
+    X11CaptureHarness harness(plainDisplay);
+    PatternWindow::Options patternOptions;
+    patternOptions.geometry = QRect(50, 40, 320, 200);
+    patternOptions.pattern = Pattern::checker;
+    PatternWindow window(plainDisplay, patternOptions);
+    ASSERT_TRUE(window.isShown());
+    ASSERT_EQ(harness.start(QRect(50, 40, 320, 200)), std::nullopt);
+    ASSERT_TRUE(harness.waitForLatestWhere(
+        [&](const QImage &frame) {
+            return countMismatches(frame, frame.rect(),
+                                   [&](int x, int y) { return window.expectedPixel(x, y); }) == 0;
+        },
+        10000));
+    EXPECT_EQ(harness.latestFrame().bytesPerRow(), 320 * 4);
+}
+
+TEST(X11Stream, LosingTheXServerEndsTheStreamWithAReason)
+{
+    ChildProcess::Options options;
+    options.captureStdout = true;
+    auto server = std::make_unique<ChildProcess>(
+        std::vector<std::string>{"Xvfb", "-displayfd", "1", "-screen", "0", "640x480x24",
+                                 "+extension", "Composite", "-nolisten", "tcp"},
+        options);
+    const std::optional<std::string> number = server->readLine(std::chrono::seconds(20));
+    ASSERT_TRUE(number.has_value());
+    X11CaptureHarness harness(":" + *number);
+    ASSERT_EQ(harness.start(QRect(0, 0, 320, 240)), std::nullopt);
+    ASSERT_TRUE(harness.waitForFrames(1, 10000));
+    server.reset(); // the X server goes away
+    ASSERT_TRUE(
+        X11CaptureHarness::waitUntil([&] { return harness.stoppedError().has_value(); }, 10000));
+    EXPECT_EQ(*harness.stoppedError(), QStringLiteral("The connection to the X display was lost"));
+    EXPECT_EQ(harness.stop(), std::nullopt);
+}

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "ImageMetrics.h"
+#include "QtWait.h"
+
 #include <QImage>
 #include <QSize>
 
@@ -16,19 +19,6 @@ QImage finePrintPicture(QSize size);
 // Large coloured blocks with captions, as a window layout looks (for looking at the result).
 QImage colouredBlocksPicture(QSize size);
 
-// Mean absolute Laplacian (4-neighbour) of the luminance: the high-frequency energy.
-double laplacianEnergy(const QImage &image);
-// The same on the image scaled down by `factor`: the energy of coarse structure, which the
-// rounding of smooth gradients to whole levels does not disturb.
-double coarseEnergy(const QImage &image, int factor);
-// Largest difference of any channel between the mean colours of two images' blocks.
-int maxBlockMeanDifference(const QImage &a, const QImage &b, int block);
-// Largest difference of any channel of any pixel.
-int maxPixelDifference(const QImage &a, const QImage &b);
-double meanPixelDifference(const QImage &a, const QImage &b);
-
-// Processes events until `condition` holds; false after `timeoutMs`.
-bool waitUntil(const std::function<bool()> &condition, int timeoutMs = 10000);
 // Shows a top-level widget at `position` on the private server and waits until it is exposed.
 bool showAndWait(QWidget &widget, QPoint position);
 // Writes `image` as NAME.png into $LOOKPANE_SCREENSHOT_DIR when that is set.

@@ -8,7 +8,7 @@
 namespace lookpane::testing {
 
 // Runs the Qt event loop until `condition` holds or `timeoutMs` passed; returns the condition.
-inline bool waitUntil(const std::function<bool()> &condition, int timeoutMs = 5000)
+inline bool waitUntil(const std::function<bool()> &condition, int timeoutMs = 10000)
 {
     QElapsedTimer timer;
     timer.start();

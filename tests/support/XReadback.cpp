@@ -108,6 +108,7 @@ std::optional<WindowInfo> describe(xcb_connection_t *c, xcb_window_t window)
     if (info.title.isEmpty()) {
         info.title = propertyText(c, window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING);
     }
+    info.role = propertyText(c, window, atom(c, "WM_WINDOW_ROLE"), XCB_ATOM_STRING);
     return info;
 }
 
@@ -164,6 +165,36 @@ std::vector<WindowInfo> findWindowsByTitle(const std::string &display, const QSt
         }
     });
     return found;
+}
+
+std::vector<WindowInfo> findWindowsByRole(const std::string &display, const QString &role)
+{
+    std::vector<WindowInfo> found;
+    ConnectionPtr c = connect(display);
+    if (xcb_connection_has_error(c.get())) {
+        return found;
+    }
+    walk(c.get(), rootOf(c.get()), [&](xcb_window_t window) {
+        if (std::optional<WindowInfo> info = describe(c.get(), window); info && info->role == role) {
+            found.push_back(*info);
+        }
+    });
+    return found;
+}
+
+std::optional<WindowInfo> waitForViewableRole(const std::string &display, const QString &role,
+                                              int timeoutMs)
+{
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    do {
+        for (const WindowInfo &info : findWindowsByRole(display, role)) {
+            if (info.viewable) {
+                return info;
+            }
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    } while (std::chrono::steady_clock::now() < deadline);
+    return std::nullopt;
 }
 
 std::optional<WindowInfo> waitForViewableWindow(const std::string &display, const QString &title,

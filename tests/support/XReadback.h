@@ -24,10 +24,17 @@ struct WindowInfo
     QString title;  // _NET_WM_NAME, else WM_NAME
     QRect geometry; // in root coordinates, without window-manager decorations
     bool viewable = false;
+    QString role;        // WM_WINDOW_ROLE
 };
 
 // Every window in the tree (root excluded) whose title equals `title`.
 std::vector<WindowInfo> findWindowsByTitle(const std::string &display, const QString &title);
+// Every window in the tree whose WM_WINDOW_ROLE equals `role`.
+std::vector<WindowInfo> findWindowsByRole(const std::string &display, const QString &role);
+// Waits until a viewable window with that role exists; none on timeout.
+std::optional<WindowInfo> waitForViewableRole(const std::string &display, const QString &role,
+                                              int timeoutMs);
+
 // Waits until a viewable window titled `title` exists; none on timeout.
 std::optional<WindowInfo> waitForViewableWindow(const std::string &display, const QString &title,
                                                 int timeoutMs);

@@ -18,8 +18,8 @@ std::shared_ptr<SharedMemory> SharedMemory::create(std::size_t bytes)
         shmctl(shmid, IPC_RMID, nullptr);
         return nullptr;
     }
-    return std::shared_ptr<SharedMemory>(
-        new SharedMemory(shmid, static_cast<std::uint8_t *>(address), bytes));
+    return std::make_shared<SharedMemory>(
+        Attached{shmid, static_cast<std::uint8_t *>(address), bytes});
 }
 
 SharedMemory::~SharedMemory()

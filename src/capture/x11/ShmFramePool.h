@@ -19,8 +19,19 @@ class XcbConnection;
 // attached it, so nothing is left behind when the process ends.
 class SharedMemory
 {
+    struct Attached
+    {
+        int shmid;
+        std::uint8_t *data;
+        std::size_t size;
+    };
+
 public:
     static std::shared_ptr<SharedMemory> create(std::size_t bytes);
+    // Takes over a segment that create() has attached.
+    explicit SharedMemory(Attached attached)
+        : m_shmid(attached.shmid), m_data(attached.data), m_size(attached.size)
+    {}
     ~SharedMemory();
 
     SharedMemory(const SharedMemory &) = delete;

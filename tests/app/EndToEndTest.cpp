@@ -1,0 +1,316 @@
+// Lookpane from end to end, driven as a user drives it: the real executable on a private X
+// server with openbox, a window of another program beneath the box, real mouse and keys.
+#include "ChildProcess.h"
+#include "ImageMetrics.h"
+#include "PatternWindow.h"
+#include "XInput.h"
+#include "XReadback.h"
+#include "XvfbServer.h"
+
+#include "model/RectText.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QSettings>
+#include <QTemporaryDir>
+
+#include <signal.h>
+#include <sys/wait.h>
+
+#include <thread>
+
+using namespace lookpane;
+using namespace lookpane::testing;
+
+namespace {
+
+// Centres of the toolbar's controls, from its left edge and its top (40 high). The base row:
+// framing, draw, blur | click-through, detach, pin | hide; buttons 30 wide, 2 apart, a
+// separator where the row is split, inside a 10-point margin.
+constexpr int drawButton = 57;
+constexpr int blurButton = 88;
+constexpr int detachButton = 163;
+constexpr int hideButton = 239;
+// The drawing row ends with undo, clear and done; done is the last control.
+constexpr int toolbarMiddle = 20;
+
+ChildProcess::Options lookpaneEnvironment(const XvfbServer &server, const QTemporaryDir &config)
+{
+    ChildProcess::Options options;
+    options.environment["DISPLAY"] = server.displayName();
+    options.environment["QT_QPA_PLATFORM"] = "xcb";
+    options.environment["XDG_CONFIG_HOME"] = config.path().toStdString();
+    options.environment["LIBGL_ALWAYS_SOFTWARE"] = "1";
+    options.unset = {"WAYLAND_DISPLAY", "XAUTHORITY", "SESSION_MANAGER"};
+    return options;
+}
+
+// CPU seconds a process has used (user + system), from /proc.
+double cpuSeconds(pid_t pid)
+{
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (!stat.open(QIODevice::ReadOnly)) {
+        return 0;
+    }
+    const QByteArray content = stat.readAll();
+    // Fields after the command name, which ends with the last ')': state is field 3, utime
+    // and stime are fields 14 and 15.
+    const QList<QByteArray> fields = content.mid(content.lastIndexOf(')') + 2).split(' ');
+    if (fields.size() < 13) {
+        return 0;
+    }
+    const double ticks = fields[11].toDouble() + fields[12].toDouble();
+    return ticks / static_cast<double>(sysconf(_SC_CLK_TCK));
+}
+
+int countNear(const QImage &image, QColor color, int tolerance)
+{
+    return image.isNull() ? 0
+                          : image.width() * image.height() -
+                                countPixelsNotNear(image, image.rect(), color, tolerance);
+}
+
+class EndToEnd : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(m_server.isRunning());
+        ASSERT_TRUE(m_server.startWindowManager());
+    }
+
+    std::string display() const { return m_server.displayName(); }
+
+    bool mouse(const std::vector<std::string> &args) { return xdotool(display(), args); }
+    // Without --sync, which waits for a motion that never comes when the pointer is already
+    // there.
+    bool moveTo(QPoint p)
+    {
+        const bool moved = mouse({"mousemove", std::to_string(p.x()), std::to_string(p.y())});
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        return moved;
+    }
+    bool clickAt(QPoint p) { return moveTo(p) && mouse({"click", "1"}); }
+    bool dragFromTo(QPoint from, QPoint to)
+    {
+        if (!moveTo(from) || !mouse({"mousedown", "1"})) {
+            return false;
+        }
+        for (int step = 1; step <= 8; ++step) {
+            moveTo(from + (to - from) * step / 8);
+            std::this_thread::sleep_for(std::chrono::milliseconds(15));
+        }
+        return mouse({"mouseup", "1"});
+    }
+
+    WindowInfo role(const char *name)
+    {
+        return waitForViewableRole(display(), QString::fromLatin1(name), 10000)
+            .value_or(WindowInfo{});
+    }
+
+    // Waits until `condition` holds, polling.
+    static bool eventually(const std::function<bool()> &condition, int timeoutMs = 10000)
+    {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+        while (!condition()) {
+            if (std::chrono::steady_clock::now() > deadline) {
+                return false;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        }
+        return true;
+    }
+
+    XvfbServer m_server{{1920, 1080}};
+};
+
+} // namespace
+
+TEST_F(EndToEnd, MirrorBlurDrawDetachClickThroughHideAndRelaunch)
+{
+    // A document of another program, larger than the box.
+    PatternWindow document(display(), PatternWindow::at(QRect(100, 100, 1000, 600), Pattern::text,
+                                                        "Document"));
+    ASSERT_TRUE(document.isShown());
+    const QRect page = windowInfo(display(), document.window()).value_or(WindowInfo{}).geometry;
+
+    QTemporaryDir config;
+    auto lookpane = std::make_unique<ChildProcess>(std::vector<std::string>{lookpaneExecutable()},
+                                                   lookpaneEnvironment(m_server, config));
+    WindowInfo frame = role("frame");
+    WindowInfo share = role("share");
+    WindowInfo toolbar = role("toolbar");
+    ASSERT_EQ(frame.geometry, QRect(560, 315, 800, 450)) << "the first launch centres the box";
+    ASSERT_EQ(share.geometry, frame.geometry) << "overlay: the share window lies under the box";
+    ASSERT_TRUE(toolbar.geometry.top() >= frame.geometry.bottom());
+
+    // Drag the toolbar until the box lies 50 pixels inside the document's top-left corner.
+    const QPoint target = page.topLeft() + QPoint(50, 50);
+    const QPoint grip = toolbar.geometry.topLeft() + QPoint(4, toolbarMiddle);
+    ASSERT_TRUE(dragFromTo(grip, grip + (target - frame.geometry.topLeft())));
+    ASSERT_TRUE(eventually([&] {
+        frame = role("frame");
+        return frame.geometry.topLeft() == target;
+    })) << "the box is at " << frame.geometry.x() << "," << frame.geometry.y();
+    share = role("share");
+    toolbar = role("toolbar");
+    EXPECT_EQ(share.geometry, frame.geometry);
+
+    // The share window shows the document under the box, and nothing of Lookpane.
+    const auto expectedPicture = [&] {
+        QImage expected(frame.geometry.size(), QImage::Format_RGB32);
+        const QPoint offset = frame.geometry.topLeft() - page.topLeft();
+        for (int y = 0; y < expected.height(); ++y) {
+            for (int x = 0; x < expected.width(); ++x) {
+                expected.setPixel(x, y, 0xFF000000u | document.expectedPixel(offset.x() + x,
+                                                                              offset.y() + y));
+            }
+        }
+        return expected;
+    };
+    const QImage expected = expectedPicture();
+    QImage shared;
+    EXPECT_TRUE(eventually([&] {
+        shared = grabWindow(display(), share.id);
+        return !shared.isNull() && maxPixelDifference(shared, expected) <= 2;
+    })) << "the share window does not show the document: "
+        << (shared.isNull() ? -1 : maxPixelDifference(shared, expected));
+
+    // As a meeting application reads it: GStreamer's ximagesrc on the share window.
+    QTemporaryDir scratch;
+    const std::string png = scratch.filePath(QStringLiteral("share.png")).toStdString();
+    {
+        ChildProcess::Options options;
+        options.environment["DISPLAY"] = display();
+        ChildProcess gst({"gst-launch-1.0", "-q", "ximagesrc", "xid=" + std::to_string(share.id),
+                          "num-buffers=1", "!", "videoconvert", "!", "pngenc", "!", "filesink",
+                          "location=" + png},
+                         options);
+        const std::optional<int> status = gst.waitForExit(std::chrono::seconds(30));
+        ASSERT_TRUE(status && WIFEXITED(*status) && WEXITSTATUS(*status) == 0);
+    }
+    const QImage meeting(QString::fromStdString(png));
+    ASSERT_FALSE(meeting.isNull());
+    EXPECT_LE(maxPixelDifference(meeting.convertToFormat(QImage::Format_RGB32), expected), 2);
+
+    // Blur for viewers: the share window loses its detail, the box stays sharp with a banner.
+    const double sharpEnergy = laplacianEnergy(expected);
+    ASSERT_TRUE(clickAt(toolbar.geometry.topLeft() + QPoint(blurButton, toolbarMiddle)));
+    EXPECT_TRUE(eventually([&] {
+        shared = grabWindow(display(), share.id);
+        return laplacianEnergy(shared) <= 0.1 * sharpEnergy;
+    })) << "share window energy " << laplacianEnergy(shared) << " of " << sharpEnergy;
+    const QImage ownView = grabScreenRect(display(), frame.geometry);
+    const QRect inner = QRect(QPoint(0, 0), frame.geometry.size()).adjusted(20, 60, -20, -20);
+    EXPECT_LE(maxPixelDifference(ownView.copy(inner), expected.copy(inner)), 2)
+        << "the user's own view must stay readable";
+    EXPECT_GT(countNear(ownView.copy(0, 0, ownView.width(), 60), QColor(0xFF, 0x95, 0x00), 40), 200)
+        << "no orange banner in the box";
+    EXPECT_EQ(countNear(shared, QColor(0xFF, 0x95, 0x00), 40), 0) << "the banner leaked to viewers";
+    ASSERT_TRUE(clickAt(toolbar.geometry.topLeft() + QPoint(blurButton, toolbarMiddle)));
+    EXPECT_TRUE(eventually([&] {
+        return maxPixelDifference(grabWindow(display(), share.id), expected) <= 2;
+    }));
+
+    // Drawing mode: an arrow drawn in the box shows in both windows and moves with the box.
+    const QColor red(0xFF, 0x3B, 0x30);
+    ASSERT_TRUE(clickAt(toolbar.geometry.topLeft() + QPoint(drawButton, toolbarMiddle)));
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    ASSERT_TRUE(dragFromTo(frame.geometry.topLeft() + QPoint(150, 300),
+                           frame.geometry.topLeft() + QPoint(500, 120)));
+    EXPECT_TRUE(eventually([&] { return countNear(grabWindow(display(), share.id), red, 30) > 300; }))
+        << "the arrow does not show in the share window";
+    EXPECT_GT(countNear(grabScreenRect(display(), frame.geometry), red, 30), 300)
+        << "the arrow does not show in the box";
+
+    // Ctrl+Z in the box removes it again.
+    ASSERT_TRUE(xdotool(display(), {"key", "ctrl+z"}));
+    EXPECT_TRUE(eventually([&] { return countNear(grabWindow(display(), share.id), red, 30) == 0; }))
+        << "Ctrl+Z did not remove the arrow";
+    ASSERT_TRUE(xdotool(display(), {"key", "ctrl+shift+z"})); // no redo: nothing comes back
+    ASSERT_TRUE(dragFromTo(frame.geometry.topLeft() + QPoint(150, 300),
+                           frame.geometry.topLeft() + QPoint(500, 120)));
+    ASSERT_TRUE(eventually([&] { return countNear(grabWindow(display(), share.id), red, 30) > 300; }));
+    ASSERT_TRUE(xdotool(display(), {"key", "Escape"}));
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    toolbar = role("toolbar");
+    const QPoint nudge(-30, 20);
+    const QPoint grip2 = toolbar.geometry.topLeft() + QPoint(4, toolbarMiddle);
+    ASSERT_TRUE(dragFromTo(grip2, grip2 + nudge));
+    const QPoint moved = target + nudge;
+    ASSERT_TRUE(eventually([&] {
+        frame = role("frame");
+        return frame.geometry.topLeft() == moved;
+    }));
+    EXPECT_TRUE(eventually([&] { return countNear(grabWindow(display(), share.id), red, 30) > 300; }))
+        << "the arrow did not stay when the box moved";
+    toolbar = role("toolbar");
+
+    // Detached: the box becomes an outline and the share window goes to the bottom-right corner
+    // with the box's shape (768 wide: 40 % of the screen; 40 from the right and bottom edges).
+    ASSERT_TRUE(clickAt(toolbar.geometry.topLeft() + QPoint(detachButton, toolbarMiddle)));
+    EXPECT_TRUE(eventually([&] {
+        share = role("share");
+        return share.geometry == QRect(1112, 608, 768, 432);
+    })) << "share window at " << share.geometry.x() << "," << share.geometry.y() << " "
+        << share.geometry.width() << "x" << share.geometry.height();
+    const QImage throughOutline = grabScreenRect(display(), frame.geometry.adjusted(40, 40, -40, -40));
+    const QPoint documentOffset = frame.geometry.topLeft() + QPoint(40, 40) - page.topLeft();
+    QImage documentThere(throughOutline.size(), QImage::Format_RGB32);
+    for (int y = 0; y < documentThere.height(); ++y) {
+        for (int x = 0; x < documentThere.width(); ++x) {
+            documentThere.setPixel(x, y, 0xFF000000u | document.expectedPixel(documentOffset.x() + x,
+                                                                              documentOffset.y() + y));
+        }
+    }
+    // The document shows through the outline (the arrow, drawn on the document's place, aside).
+    EXPECT_LE(meanPixelDifference(throughOutline, documentThere), 3.0);
+    ASSERT_TRUE(clickAt(toolbar.geometry.topLeft() + QPoint(detachButton, toolbarMiddle)));
+    EXPECT_TRUE(eventually([&] { return role("share").geometry == role("frame").geometry; }));
+
+    // Click-through (on by default): a click inside the box reaches the document, one in the
+    // edge band does not.
+    while (document.waitForClick(50)) {
+    }
+    ASSERT_TRUE(clickAt(frame.geometry.topLeft() + QPoint(400, 200)));
+    const std::optional<QPoint> click = document.waitForClick(3000);
+    ASSERT_TRUE(click.has_value()) << "the click did not reach the document";
+    EXPECT_EQ(*click, frame.geometry.topLeft() + QPoint(400, 200) - page.topLeft());
+    ASSERT_TRUE(clickAt(frame.geometry.topLeft() + QPoint(4, 200)));
+    EXPECT_FALSE(document.waitForClick(500).has_value()) << "the edge band let the click through";
+
+    // Hide: no Lookpane window stays mapped and capture stops, however the document changes.
+    ASSERT_TRUE(clickAt(toolbar.geometry.topLeft() + QPoint(hideButton, toolbarMiddle)));
+    EXPECT_TRUE(eventually([&] {
+        for (const char *name : {"frame", "share", "toolbar"}) {
+            for (const WindowInfo &info : findWindowsByRole(display(), QString::fromLatin1(name))) {
+                if (info.viewable) {
+                    return false;
+                }
+            }
+        }
+        return true;
+    }));
+    PatternWindow::Options busy = PatternWindow::at(page, Pattern::bars, "Busy");
+    busy.animate = true;
+    PatternWindow animation(display(), busy);
+    ASSERT_TRUE(animation.isShown());
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    const double before = cpuSeconds(lookpane->pid());
+    std::this_thread::sleep_for(std::chrono::seconds(2));
+    const double used = cpuSeconds(lookpane->pid()) - before;
+    EXPECT_LT(used, 0.1) << "Lookpane kept working while hidden: " << used << " s of CPU in 2 s";
+    animation.close();
+
+    // Quit, relaunch: the box comes back where it was.
+    lookpane->signal(SIGTERM);
+    const std::optional<int> status = lookpane->waitForExit(std::chrono::seconds(10));
+    ASSERT_TRUE(status && WIFEXITED(*status));
+    EXPECT_EQ(WEXITSTATUS(*status), 0);
+    lookpane = std::make_unique<ChildProcess>(std::vector<std::string>{lookpaneExecutable()},
+                                              lookpaneEnvironment(m_server, config));
+    EXPECT_EQ(role("frame").geometry, QRect(moved, QSize(800, 450)));
+}
