@@ -114,7 +114,8 @@ protected:
     // Waits until `condition` holds, polling.
     static bool eventually(const std::function<bool()> &condition, int timeoutMs = 10000)
     {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+        const auto deadline =
+            std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
         while (!condition()) {
             if (std::chrono::steady_clock::now() > deadline) {
                 return false;
@@ -132,8 +133,8 @@ protected:
 TEST_F(EndToEnd, MirrorBlurDrawDetachClickThroughHideAndRelaunch)
 {
     // A document of another program, larger than the box.
-    PatternWindow document(display(), PatternWindow::at(QRect(100, 100, 1000, 600), Pattern::text,
-                                                        "Document"));
+    PatternWindow document(
+        display(), PatternWindow::at(QRect(100, 100, 1000, 600), Pattern::text, "Document"));
     ASSERT_TRUE(document.isShown());
     const QRect page = windowInfo(display(), document.window()).value_or(WindowInfo{}).geometry;
 
@@ -154,7 +155,8 @@ TEST_F(EndToEnd, MirrorBlurDrawDetachClickThroughHideAndRelaunch)
     ASSERT_TRUE(eventually([&] {
         frame = role("frame");
         return frame.geometry.topLeft() == target;
-    })) << "the box is at " << frame.geometry.x() << "," << frame.geometry.y();
+    })) << "the box is at "
+        << frame.geometry.x() << "," << frame.geometry.y();
     share = role("share");
     toolbar = role("toolbar");
     EXPECT_EQ(share.geometry, frame.geometry);
@@ -165,8 +167,8 @@ TEST_F(EndToEnd, MirrorBlurDrawDetachClickThroughHideAndRelaunch)
         const QPoint offset = frame.geometry.topLeft() - page.topLeft();
         for (int y = 0; y < expected.height(); ++y) {
             for (int x = 0; x < expected.width(); ++x) {
-                expected.setPixel(x, y, 0xFF000000u | document.expectedPixel(offset.x() + x,
-                                                                              offset.y() + y));
+                expected.setPixel(
+                    x, y, 0xFF000000u | document.expectedPixel(offset.x() + x, offset.y() + y));
             }
         }
         return expected;
@@ -202,7 +204,8 @@ TEST_F(EndToEnd, MirrorBlurDrawDetachClickThroughHideAndRelaunch)
     EXPECT_TRUE(eventually([&] {
         shared = grabWindow(display(), share.id);
         return laplacianEnergy(shared) <= 0.1 * sharpEnergy;
-    })) << "share window energy " << laplacianEnergy(shared) << " of " << sharpEnergy;
+    })) << "share window energy "
+        << laplacianEnergy(shared) << " of " << sharpEnergy;
     const QImage ownView = grabScreenRect(display(), frame.geometry);
     const QRect inner = QRect(QPoint(0, 0), frame.geometry.size()).adjusted(20, 60, -20, -20);
     EXPECT_LE(maxPixelDifference(ownView.copy(inner), expected.copy(inner)), 2)
@@ -211,9 +214,8 @@ TEST_F(EndToEnd, MirrorBlurDrawDetachClickThroughHideAndRelaunch)
         << "no orange banner in the box";
     EXPECT_EQ(countNear(shared, QColor(0xFF, 0x95, 0x00), 40), 0) << "the banner leaked to viewers";
     ASSERT_TRUE(clickAt(toolbar.geometry.topLeft() + QPoint(blurButton, toolbarMiddle)));
-    EXPECT_TRUE(eventually([&] {
-        return maxPixelDifference(grabWindow(display(), share.id), expected) <= 2;
-    }));
+    EXPECT_TRUE(eventually(
+        [&] { return maxPixelDifference(grabWindow(display(), share.id), expected) <= 2; }));
 
     // Drawing mode: an arrow drawn in the box shows in both windows and moves with the box.
     const QColor red(0xFF, 0x3B, 0x30);
@@ -221,19 +223,22 @@ TEST_F(EndToEnd, MirrorBlurDrawDetachClickThroughHideAndRelaunch)
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     ASSERT_TRUE(dragFromTo(frame.geometry.topLeft() + QPoint(150, 300),
                            frame.geometry.topLeft() + QPoint(500, 120)));
-    EXPECT_TRUE(eventually([&] { return countNear(grabWindow(display(), share.id), red, 30) > 300; }))
-        << "the arrow does not show in the share window";
+    EXPECT_TRUE(eventually([&] {
+        return countNear(grabWindow(display(), share.id), red, 30) > 300;
+    })) << "the arrow does not show in the share window";
     EXPECT_GT(countNear(grabScreenRect(display(), frame.geometry), red, 30), 300)
         << "the arrow does not show in the box";
 
     // Ctrl+Z in the box removes it again.
     ASSERT_TRUE(xdotool(display(), {"key", "ctrl+z"}));
-    EXPECT_TRUE(eventually([&] { return countNear(grabWindow(display(), share.id), red, 30) == 0; }))
-        << "Ctrl+Z did not remove the arrow";
+    EXPECT_TRUE(eventually([&] {
+        return countNear(grabWindow(display(), share.id), red, 30) == 0;
+    })) << "Ctrl+Z did not remove the arrow";
     ASSERT_TRUE(xdotool(display(), {"key", "ctrl+shift+z"})); // no redo: nothing comes back
     ASSERT_TRUE(dragFromTo(frame.geometry.topLeft() + QPoint(150, 300),
                            frame.geometry.topLeft() + QPoint(500, 120)));
-    ASSERT_TRUE(eventually([&] { return countNear(grabWindow(display(), share.id), red, 30) > 300; }));
+    ASSERT_TRUE(
+        eventually([&] { return countNear(grabWindow(display(), share.id), red, 30) > 300; }));
     ASSERT_TRUE(xdotool(display(), {"key", "Escape"}));
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     toolbar = role("toolbar");
@@ -245,8 +250,9 @@ TEST_F(EndToEnd, MirrorBlurDrawDetachClickThroughHideAndRelaunch)
         frame = role("frame");
         return frame.geometry.topLeft() == moved;
     }));
-    EXPECT_TRUE(eventually([&] { return countNear(grabWindow(display(), share.id), red, 30) > 300; }))
-        << "the arrow did not stay when the box moved";
+    EXPECT_TRUE(eventually([&] {
+        return countNear(grabWindow(display(), share.id), red, 30) > 300;
+    })) << "the arrow did not stay when the box moved";
     toolbar = role("toolbar");
 
     // Detached: the box becomes an outline and the share window goes to the bottom-right corner
@@ -255,15 +261,18 @@ TEST_F(EndToEnd, MirrorBlurDrawDetachClickThroughHideAndRelaunch)
     EXPECT_TRUE(eventually([&] {
         share = role("share");
         return share.geometry == QRect(1112, 608, 768, 432);
-    })) << "share window at " << share.geometry.x() << "," << share.geometry.y() << " "
-        << share.geometry.width() << "x" << share.geometry.height();
-    const QImage throughOutline = grabScreenRect(display(), frame.geometry.adjusted(40, 40, -40, -40));
+    })) << "share window at "
+        << share.geometry.x() << "," << share.geometry.y() << " " << share.geometry.width() << "x"
+        << share.geometry.height();
+    const QImage throughOutline =
+        grabScreenRect(display(), frame.geometry.adjusted(40, 40, -40, -40));
     const QPoint documentOffset = frame.geometry.topLeft() + QPoint(40, 40) - page.topLeft();
     QImage documentThere(throughOutline.size(), QImage::Format_RGB32);
     for (int y = 0; y < documentThere.height(); ++y) {
         for (int x = 0; x < documentThere.width(); ++x) {
-            documentThere.setPixel(x, y, 0xFF000000u | document.expectedPixel(documentOffset.x() + x,
-                                                                              documentOffset.y() + y));
+            documentThere.setPixel(x, y,
+                                   0xFF000000u | document.expectedPixel(documentOffset.x() + x,
+                                                                        documentOffset.y() + y));
         }
     }
     // The document shows through the outline (the arrow, drawn on the document's place, aside).

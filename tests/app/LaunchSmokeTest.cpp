@@ -125,7 +125,7 @@ TEST(LaunchSmoke, ASecondLaunchOnTheSameDisplayLeavesTheFirstRunningAndExits)
     EXPECT_EQ(WEXITSTATUS(*secondStatus), 0);
     int viewable = 0;
     for (const WindowInfo &info :
-         findWindowsByTitle(server.displayName(), QStringLiteral("Lookpane"))) {
+         findWindowsByRole(server.displayName(), QStringLiteral("frame"))) {
         viewable += info.viewable ? 1 : 0;
     }
     EXPECT_EQ(viewable, 1);

@@ -83,7 +83,6 @@ QImage colouredBlocksPicture(QSize size)
     return image;
 }
 
-
 bool showAndWait(QWidget &widget, QPoint position)
 {
     widget.setWindowFlag(Qt::FramelessWindowHint);

@@ -175,7 +175,8 @@ std::vector<WindowInfo> findWindowsByRole(const std::string &display, const QStr
         return found;
     }
     walk(c.get(), rootOf(c.get()), [&](xcb_window_t window) {
-        if (std::optional<WindowInfo> info = describe(c.get(), window); info && info->role == role) {
+        if (std::optional<WindowInfo> info = describe(c.get(), window);
+            info && info->role == role) {
             found.push_back(*info);
         }
     });

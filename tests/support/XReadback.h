@@ -24,7 +24,7 @@ struct WindowInfo
     QString title;  // _NET_WM_NAME, else WM_NAME
     QRect geometry; // in root coordinates, without window-manager decorations
     bool viewable = false;
-    QString role;        // WM_WINDOW_ROLE
+    QString role; // WM_WINDOW_ROLE
 };
 
 // Every window in the tree (root excluded) whose title equals `title`.
