@@ -6,6 +6,7 @@
 // less what the X server spends on the animation alone (measured first), divided by the
 // frames delivered. Prints a table, then ratio_vs_ffmpeg_1080p=R and idle_cpu_percent=P.
 #include "PatternWindow.h"
+#include "ProcessCpu.h"
 #include "XvfbServer.h"
 
 #include "capture/x11/X11CaptureBackend.h"
@@ -49,28 +50,6 @@ std::string readText(const std::string &path)
         std::fclose(file);
     }
     return text;
-}
-
-// User + system CPU seconds of a process so far.
-double processCpuSeconds(pid_t pid)
-{
-    const std::string text = readText("/proc/" + std::to_string(pid) + "/stat");
-    const std::size_t close = text.rfind(')');
-    if (close == std::string::npos) {
-        return 0;
-    }
-    std::istringstream fields(text.substr(close + 2));
-    std::string field;
-    unsigned long long utime = 0, stime = 0;
-    for (int index = 3; fields >> field; ++index) {
-        if (index == 14) {
-            utime = std::stoull(field);
-        } else if (index == 15) {
-            stime = std::stoull(field);
-            break;
-        }
-    }
-    return double(utime + stime) / double(sysconf(_SC_CLK_TCK));
 }
 
 // The X server that XvfbServer started: our child process named Xvfb.

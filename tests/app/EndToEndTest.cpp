@@ -3,6 +3,7 @@
 #include "ChildProcess.h"
 #include "ImageMetrics.h"
 #include "PatternWindow.h"
+#include "ProcessCpu.h"
 #include "XInput.h"
 #include "XReadback.h"
 #include "XvfbServer.h"
@@ -45,24 +46,6 @@ ChildProcess::Options lookpaneEnvironment(const XvfbServer &server, const QTempo
     options.environment["LIBGL_ALWAYS_SOFTWARE"] = "1";
     options.unset = {"WAYLAND_DISPLAY", "XAUTHORITY", "SESSION_MANAGER"};
     return options;
-}
-
-// CPU seconds a process has used (user + system), from /proc.
-double cpuSeconds(pid_t pid)
-{
-    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
-    if (!stat.open(QIODevice::ReadOnly)) {
-        return 0;
-    }
-    const QByteArray content = stat.readAll();
-    // Fields after the command name, which ends with the last ')': state is field 3, utime
-    // and stime are fields 14 and 15.
-    const QList<QByteArray> fields = content.mid(content.lastIndexOf(')') + 2).split(' ');
-    if (fields.size() < 13) {
-        return 0;
-    }
-    const double ticks = fields[11].toDouble() + fields[12].toDouble();
-    return ticks / static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
 int countNear(const QImage &image, QColor color, int tolerance)
@@ -308,9 +291,9 @@ TEST_F(EndToEnd, MirrorBlurDrawDetachClickThroughHideAndRelaunch)
     PatternWindow animation(display(), busy);
     ASSERT_TRUE(animation.isShown());
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    const double before = cpuSeconds(lookpane->pid());
+    const double before = processCpuSeconds(lookpane->pid());
     std::this_thread::sleep_for(std::chrono::seconds(2));
-    const double used = cpuSeconds(lookpane->pid()) - before;
+    const double used = processCpuSeconds(lookpane->pid()) - before;
     EXPECT_LT(used, 0.1) << "Lookpane kept working while hidden: " << used << " s of CPU in 2 s";
     animation.close();
 

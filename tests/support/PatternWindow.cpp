@@ -40,6 +40,8 @@ PatternWindow::PatternWindow(const std::string &display, Options options)
     }
     if (m_options.animate) {
         argv.emplace_back("--animate");
+        argv.emplace_back("--stamp-size");
+        argv.emplace_back(std::to_string(m_options.stampSize));
     }
     if (m_options.shapeLeftHalf) {
         argv.insert(argv.end(), {"--shape", "left-half"});

@@ -25,6 +25,8 @@ public:
         std::string windowClass = "lookpane-pattern";
         bool overrideRedirect = false;
         bool animate = false;
+        // Side of the square in the top-left corner that holds the frame counter.
+        int stampSize = 8;
         // Bounding shape of the left half only.
         bool shapeLeftHalf = false;
         // Clicks pass through the whole window.

@@ -31,6 +31,8 @@ public:
     // ":N"
     std::string displayName() const;
     int width() const { return m_options.width; }
+    // The X server's process, for measuring what it spends.
+    pid_t pid() const { return m_server ? m_server->pid() : -1; }
     int height() const { return m_options.height; }
 
     // Starts openbox and waits until it manages the screen (_NET_SUPPORTING_WM_CHECK).

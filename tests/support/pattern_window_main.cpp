@@ -14,7 +14,7 @@
 //
 // Prints the window id ("0x...") on standard output once the window is mapped and painted.
 // With --animate it repaints 60 times a second: the pattern scrolls one pixel a frame and the
-// top-left 8 × 8 pixels hold the frame counter (red = counter & 0xFF, green = counter >> 8).
+// top-left 8 × 8 pixels (--stamp-size N: N × N) hold the frame counter (red = counter & 0xFF, green = counter >> 8).
 // Each button press inside the window prints "click X Y" (window coordinates).
 // It exits on SIGTERM or when its window is destroyed.
 #include "Patterns.h"
@@ -49,6 +49,7 @@ struct Options
     std::string windowClass = "lookpane-pattern";
     bool overrideRedirect = false;
     bool animate = false;
+    int stampSize = 8;
     bool shapeLeftHalf = false;
     bool inputShapeEmpty = false;
     int argbAlpha = -1; // -1: the root's 24-bit visual
@@ -80,6 +81,8 @@ bool parse(int argc, char **argv, Options &o)
             o.overrideRedirect = true;
         } else if (arg == "--animate") {
             o.animate = true;
+        } else if (arg == "--stamp-size" && hasValue) {
+            o.stampSize = std::max(1, std::atoi(argv[++i]));
         } else if (arg == "--shape" && hasValue && std::string(argv[i + 1]) == "left-half") {
             o.shapeLeftHalf = true;
             ++i;
@@ -126,18 +129,31 @@ std::uint32_t withAlpha(std::uint32_t rgb, int alpha)
 void paint(xcb_connection_t *c, xcb_window_t window, xcb_gcontext_t gc, const Options &o,
            unsigned frame, std::vector<std::uint32_t> &pixels)
 {
-    const int shift = o.animate ? static_cast<int>(frame % 64) : 0;
-    for (int y = 0; y < o.height; ++y) {
-        for (int x = 0; x < o.width; ++x) {
-            pixels[static_cast<std::size_t>(y) * o.width + x] = withAlpha(
-                patternPixel(o.pattern, (x + shift) % o.width, y, o.width, o.height, o.color),
-                o.argbAlpha);
+    // The pattern is computed once, 64 pixels wider than the window, and scrolled by copying
+    // rows, so an animating window costs its painter little and the X server the same.
+    static std::vector<std::uint32_t> base;
+    const int baseWidth = o.width + 64;
+    if (base.empty()) {
+        base.resize(static_cast<std::size_t>(baseWidth) * o.height);
+        for (int y = 0; y < o.height; ++y) {
+            for (int x = 0; x < baseWidth; ++x) {
+                base[static_cast<std::size_t>(y) * baseWidth + x] = withAlpha(
+                    patternPixel(o.pattern, x % o.width, y, o.width, o.height, o.color),
+                    o.argbAlpha);
+            }
         }
     }
+    const int shift = o.animate ? static_cast<int>(frame % 64) : 0;
+    for (int y = 0; y < o.height; ++y) {
+        std::memcpy(&pixels[static_cast<std::size_t>(y) * o.width],
+                    &base[static_cast<std::size_t>(y) * baseWidth + shift],
+                    static_cast<std::size_t>(o.width) * sizeof(std::uint32_t));
+    }
     if (o.animate) {
-        const std::uint32_t stamp = ((frame & 0xFF) << 16) | (((frame >> 8) & 0xFF) << 8);
-        for (int y = 0; y < std::min(8, o.height); ++y) {
-            for (int x = 0; x < std::min(8, o.width); ++x) {
+        const std::uint32_t stamp = withAlpha(((frame & 0xFF) << 16) | (((frame >> 8) & 0xFF) << 8),
+                                              o.argbAlpha);
+        for (int y = 0; y < std::min(o.stampSize, o.height); ++y) {
+            for (int x = 0; x < std::min(o.stampSize, o.width); ++x) {
                 pixels[static_cast<std::size_t>(y) * o.width + x] = stamp;
             }
         }
