@@ -89,8 +89,8 @@ double percentile(std::vector<double> values, double p)
         return 0;
     }
     std::sort(values.begin(), values.end());
-    const std::size_t index =
-        std::min(values.size() - 1, static_cast<std::size_t>(p * static_cast<double>(values.size())));
+    const std::size_t index = std::min(
+        values.size() - 1, static_cast<std::size_t>(p * static_cast<double>(values.size())));
     return values[index];
 }
 
@@ -106,8 +106,8 @@ Result run(QSize box, bool blur, double measureSeconds)
     }
     const std::string display = server.displayName();
 
-    PatternWindow::Options options = PatternWindow::at(QRect(QPoint(0, 0), box), Pattern::text,
-                                                       "Source");
+    PatternWindow::Options options =
+        PatternWindow::at(QRect(QPoint(0, 0), box), Pattern::text, "Source");
     options.animate = true;
     options.undecorated = true;
     options.stampSize = stampSize;
@@ -123,11 +123,10 @@ Result run(QSize box, bool blur, double measureSeconds)
     {
         QSettings settings(QDir(config.path()).filePath(QStringLiteral("Lookpane/Lookpane.conf")),
                            QSettings::NativeFormat);
-        settings.setValue(QStringLiteral("FrameWindowFrame"),
-                          QStringLiteral("{{0, %1}, {%2, %3}}")
-                              .arg(1080 - box.height())
-                              .arg(box.width())
-                              .arg(box.height()));
+        settings.setValue(QStringLiteral("FrameWindowFrame"), QStringLiteral("{{0, %1}, {%2, %3}}")
+                                                                  .arg(1080 - box.height())
+                                                                  .arg(box.width())
+                                                                  .arg(box.height()));
     }
     ChildProcess::Options environment;
     environment.environment["DISPLAY"] = display;
@@ -181,7 +180,8 @@ Result run(QSize box, bool blur, double measureSeconds)
     for (const auto &[counter, shown] : shareSeen) {
         const auto painted = sourceSeen.find(counter);
         if (painted != sourceSeen.end() && shown >= painted->second) {
-            latencies.push_back(std::chrono::duration<double, std::milli>(shown - painted->second).count());
+            latencies.push_back(
+                std::chrono::duration<double, std::milli>(shown - painted->second).count());
             ++result.presentedFrames;
         }
     }
@@ -215,7 +215,9 @@ int main(int argc, char **argv)
                     r.ok ? "" : "  (no frame reached the share window)");
     }
     const Result &headline = results[1];
-    std::printf("share_fps_1080p_blur=%.1f\n", headline.presentedFrames / std::max(headline.seconds, 1e-9));
+    std::printf("share_fps_1080p_blur=%.1f\n",
+                headline.presentedFrames / std::max(headline.seconds, 1e-9));
     std::printf("latency_ms_1080p=%.1f\n", headline.medianLatencyMs);
-    return std::all_of(results.begin(), results.end(), [](const Result &r) { return r.ok; }) ? 0 : 1;
+    return std::all_of(results.begin(), results.end(), [](const Result &r) { return r.ok; }) ? 0
+                                                                                             : 1;
 }

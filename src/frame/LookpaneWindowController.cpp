@@ -193,8 +193,8 @@ void LookpaneWindowController::show()
     m_frameWindow->show();
     m_frameWindow->raise();
     m_frameWindow->activateWindow();
-    X11WindowTraits::setOnAllDesktops(m_frameWindow.get());
-    X11WindowTraits::setOnAllDesktops(m_shareWindow.get());
+    x11::showOnAllDesktops(m_frameWindow.get());
+    x11::showOnAllDesktops(m_shareWindow.get());
     applyShareWindowInput();
     applyOutlineShape();
 
@@ -208,7 +208,7 @@ void LookpaneWindowController::show()
     QWidget *toolbarWindow = m_toolbar->window();
     toolbarWindow->show();
     toolbarWindow->raise();
-    X11WindowTraits::setOnAllDesktops(toolbarWindow);
+    x11::showOnAllDesktops(toolbarWindow);
     notifyFrameChanged();
     updateMouseInteraction();
 }
@@ -374,7 +374,7 @@ void LookpaneWindowController::snapTo(const QRectF &targetFrame)
         FrameGeometry::snapped(targetFrame, m_ratio, QSizeF(m_frameWindow->minimumSize()));
     const ScreenLayout layout = m_screens ? m_screens() : ScreenLayout{};
     setFrameRect(FrameGeometry::constrained(box, layoutScreenOfFrame(), layout));
-    finishProgrammaticFrameChange();
+    followFrameChange();
 }
 
 void LookpaneWindowController::setContentSize(const QSizeF &size, const QRectF &reference)
@@ -382,7 +382,7 @@ void LookpaneWindowController::setContentSize(const QSizeF &size, const QRectF &
     const ScreenLayout layout = m_screens ? m_screens() : ScreenLayout{};
     const QRectF centred = FrameGeometry::centred(size, reference);
     setFrameRect(FrameGeometry::constrained(centred, layoutScreenOfFrame(), layout));
-    finishProgrammaticFrameChange();
+    followFrameChange();
 }
 
 void LookpaneWindowController::setFrameRect(const QRectF &designRect)
@@ -390,7 +390,9 @@ void LookpaneWindowController::setFrameRect(const QRectF &designRect)
     m_frameWindow->setGeometry(toQt(designRect));
 }
 
-void LookpaneWindowController::finishProgrammaticFrameChange()
+// What follows every change of the frame, in this order: the share window, the capture
+// region, the saved frame (not during a live resize), the detached window's shape, the toolbar.
+void LookpaneWindowController::followFrameChange()
 {
     syncShareWindowFrame();
     notifyFrameChanged();
@@ -507,23 +509,12 @@ std::optional<QRectF> LookpaneWindowController::visibleFrameOfFrameScreen() cons
 
 void LookpaneWindowController::frameMoved()
 {
-    syncShareWindowFrame();
-    notifyFrameChanged();
-    if (!m_liveResizing) {
-        m_framePreferences.saveFrame(contentRect());
-    }
-    positionToolbar();
+    followFrameChange();
 }
 
 void LookpaneWindowController::frameResized()
 {
-    syncShareWindowFrame();
-    notifyFrameChanged();
-    if (!m_liveResizing) {
-        m_framePreferences.saveFrame(contentRect());
-    }
-    syncDetachedAspectRatio();
-    positionToolbar();
+    followFrameChange();
     // The bands that take clicks, and the outline's shape, follow the window's size.
     updateMouseInteraction();
     applyOutlineShape();

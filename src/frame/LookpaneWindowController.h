@@ -128,7 +128,7 @@ private:
     void applyWindowLevels();
     void setFrameRect(const QRectF &designRect);
     void setContentSize(const QSizeF &size, const QRectF &reference);
-    void finishProgrammaticFrameChange();
+    void followFrameChange();
     void syncShareWindowFrame();
     void syncDetachedAspectRatio();
     void positionDetachedShareWindow();

@@ -1,6 +1,7 @@
 // Click-through as X11 input shapes: the interior of a window lets clicks reach the window
 // beneath, the edge bands take them.
 #include "ChildProcess.h"
+#include "EventCounter.h"
 #include "PatternWindow.h"
 #include "TestDisplay.h"
 #include "XReadback.h"
@@ -45,21 +46,6 @@ QRect placedGeometry(const PatternWindow &pattern)
         .geometry;
 }
 
-class PressCounter : public QObject
-{
-public:
-    int presses = 0;
-
-protected:
-    bool eventFilter(QObject *, QEvent *event) override
-    {
-        if (event->type() == QEvent::MouseButtonPress) {
-            ++presses;
-        }
-        return false;
-    }
-};
-
 class ClickThrough : public ::testing::Test
 {
 protected:
@@ -83,7 +69,7 @@ TEST_F(ClickThrough, InteriorClicksReachTheWindowBeneathAndEdgeBandsTakeThem)
     BorderlessWindow frame;
     frame.setWindowFlag(Qt::WindowStaysOnTopHint);
     frame.setGeometry(beneath);
-    PressCounter counter;
+    EventCounter counter(QEvent::MouseButtonPress);
     frame.installEventFilter(&counter);
     frame.show();
     waitUntil([&] {
@@ -102,25 +88,25 @@ TEST_F(ClickThrough, InteriorClicksReachTheWindowBeneathAndEdgeBandsTakeThem)
     ASSERT_TRUE(click.has_value()) << "the click did not pass through the frame";
     EXPECT_EQ(*click, QPoint(320, 180));
     waitUntil([] { return false; }, 200);
-    EXPECT_EQ(counter.presses, 0);
+    EXPECT_EQ(counter.count, 0);
 
     // Left band (x = 5) and top band (y = 5): the frame takes the click.
     xdotool(at(5, 180));
     xdotool({"click", "1"});
-    waitUntil([&] { return counter.presses >= 1; });
-    EXPECT_EQ(counter.presses, 1);
+    waitUntil([&] { return counter.count >= 1; });
+    EXPECT_EQ(counter.count, 1);
     xdotool(at(320, 5));
     xdotool({"click", "1"});
-    waitUntil([&] { return counter.presses >= 2; });
-    EXPECT_EQ(counter.presses, 2);
+    waitUntil([&] { return counter.count >= 2; });
+    EXPECT_EQ(counter.count, 2);
     EXPECT_FALSE(pattern.waitForClick(300).has_value());
 
     // Back to a full input shape: the interior takes clicks again.
     ASSERT_TRUE(X11WindowTraits::clearInputRegion(&frame));
     xdotool(at(320, 180));
     xdotool({"click", "1"});
-    waitUntil([&] { return counter.presses >= 3; });
-    EXPECT_EQ(counter.presses, 3);
+    waitUntil([&] { return counter.count >= 3; });
+    EXPECT_EQ(counter.count, 3);
     EXPECT_FALSE(pattern.waitForClick(300).has_value());
 }
 

@@ -1,4 +1,5 @@
 // The frame window controller with real windows on a private X server and openbox.
+#include "EventCounter.h"
 #include "PatternWindow.h"
 #include "QtWait.h"
 #include "TestDisplay.h"
@@ -30,21 +31,6 @@ using namespace lookpane;
 using namespace lookpane::testing;
 
 namespace {
-
-class PressCounter : public QObject
-{
-public:
-    int presses = 0;
-
-protected:
-    bool eventFilter(QObject *, QEvent *event) override
-    {
-        if (event->type() == QEvent::MouseButtonPress) {
-            ++presses;
-        }
-        return false;
-    }
-};
 
 std::string display()
 {
@@ -121,7 +107,7 @@ TEST_F(FrameController, WithClickThroughTheEdgeBandsTakeClicksAndTheInteriorPass
     ASSERT_TRUE(pattern.isShown());
     const QRect beneath = windowInfo(display(), pattern.window()).value_or(WindowInfo{}).geometry;
     auto controller = makeController(beneath);
-    PressCounter counter;
+    EventCounter counter(QEvent::MouseButtonPress);
     controller->frameWindow()->installEventFilter(&counter);
     showAndWait(*controller);
     ASSERT_EQ(controller->frameWindow()->geometry(), beneath);
@@ -135,9 +121,9 @@ TEST_F(FrameController, WithClickThroughTheEdgeBandsTakeClicksAndTheInteriorPass
         xdotool(display(), {"click", "1"});
     };
     clickAtDesign(5, 100);
-    EXPECT_TRUE(waitUntil([&] { return counter.presses == 1; }));
+    EXPECT_TRUE(waitUntil([&] { return counter.count == 1; }));
     clickAtDesign(320, 355);
-    EXPECT_TRUE(waitUntil([&] { return counter.presses == 2; }));
+    EXPECT_TRUE(waitUntil([&] { return counter.count == 2; }));
     EXPECT_FALSE(pattern.waitForClick(200).has_value());
 
     clickAtDesign(320, 100);
@@ -145,7 +131,7 @@ TEST_F(FrameController, WithClickThroughTheEdgeBandsTakeClicksAndTheInteriorPass
     ASSERT_TRUE(passed.has_value()) << "the interior click did not reach the window beneath";
     EXPECT_EQ(*passed, QPoint(320, 260));
     spinFor(100);
-    EXPECT_EQ(counter.presses, 2);
+    EXPECT_EQ(counter.count, 2);
 }
 
 TEST_F(FrameController, DrawingKeysInAnotherLookpaneWindowPassThroughUntouched)

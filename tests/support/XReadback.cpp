@@ -151,7 +151,8 @@ QImage grabWindow(const std::string &display, std::uint32_t window)
     return readImage(c.get(), window, QRect(0, 0, geometry->width, geometry->height));
 }
 
-std::vector<WindowInfo> findWindowsByTitle(const std::string &display, const QString &title)
+std::vector<WindowInfo> findWindows(const std::string &display,
+                                    const std::function<bool(const WindowInfo &)> &matches)
 {
     std::vector<WindowInfo> found;
     ConnectionPtr c = connect(display);
@@ -159,58 +160,48 @@ std::vector<WindowInfo> findWindowsByTitle(const std::string &display, const QSt
         return found;
     }
     walk(c.get(), rootOf(c.get()), [&](xcb_window_t window) {
-        if (std::optional<WindowInfo> info = describe(c.get(), window);
-            info && info->title == title) {
+        if (std::optional<WindowInfo> info = describe(c.get(), window); info && matches(*info)) {
             found.push_back(*info);
         }
     });
     return found;
 }
 
+std::vector<WindowInfo> findWindowsByTitle(const std::string &display, const QString &title)
+{
+    return findWindows(display, [&](const WindowInfo &info) { return info.title == title; });
+}
+
 std::vector<WindowInfo> findWindowsByRole(const std::string &display, const QString &role)
 {
-    std::vector<WindowInfo> found;
-    ConnectionPtr c = connect(display);
-    if (xcb_connection_has_error(c.get())) {
-        return found;
-    }
-    walk(c.get(), rootOf(c.get()), [&](xcb_window_t window) {
-        if (std::optional<WindowInfo> info = describe(c.get(), window);
-            info && info->role == role) {
-            found.push_back(*info);
+    return findWindows(display, [&](const WindowInfo &info) { return info.role == role; });
+}
+
+static std::optional<WindowInfo>
+waitForViewable(const std::function<std::vector<WindowInfo>()> &candidates, int timeoutMs)
+{
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    do {
+        for (const WindowInfo &info : candidates()) {
+            if (info.viewable) {
+                return info;
+            }
         }
-    });
-    return found;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    } while (std::chrono::steady_clock::now() < deadline);
+    return std::nullopt;
 }
 
 std::optional<WindowInfo> waitForViewableRole(const std::string &display, const QString &role,
                                               int timeoutMs)
 {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-    do {
-        for (const WindowInfo &info : findWindowsByRole(display, role)) {
-            if (info.viewable) {
-                return info;
-            }
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    } while (std::chrono::steady_clock::now() < deadline);
-    return std::nullopt;
+    return waitForViewable([&] { return findWindowsByRole(display, role); }, timeoutMs);
 }
 
 std::optional<WindowInfo> waitForViewableWindow(const std::string &display, const QString &title,
                                                 int timeoutMs)
 {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-    do {
-        for (const WindowInfo &info : findWindowsByTitle(display, title)) {
-            if (info.viewable) {
-                return info;
-            }
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    } while (std::chrono::steady_clock::now() < deadline);
-    return std::nullopt;
+    return waitForViewable([&] { return findWindowsByTitle(display, title); }, timeoutMs);
 }
 
 std::optional<WindowInfo> windowInfo(const std::string &display, std::uint32_t window)

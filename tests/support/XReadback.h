@@ -4,6 +4,7 @@
 #include <QRect>
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -27,6 +28,9 @@ struct WindowInfo
     QString role; // WM_WINDOW_ROLE
 };
 
+// Every window in the tree (root excluded) that `matches`.
+std::vector<WindowInfo> findWindows(const std::string &display,
+                                    const std::function<bool(const WindowInfo &)> &matches);
 // Every window in the tree (root excluded) whose title equals `title`.
 std::vector<WindowInfo> findWindowsByTitle(const std::string &display, const QString &title);
 // Every window in the tree whose WM_WINDOW_ROLE equals `role`.

@@ -14,9 +14,9 @@
 //
 // Prints the window id ("0x...") on standard output once the window is mapped and painted.
 // With --animate it repaints 60 times a second: the pattern scrolls one pixel a frame and the
-// top-left 8 × 8 pixels (--stamp-size N: N × N) hold the frame counter (red = counter & 0xFF, green = counter >> 8).
-// Each button press inside the window prints "click X Y" (window coordinates).
-// It exits on SIGTERM or when its window is destroyed.
+// top-left 8 × 8 pixels (--stamp-size N: N × N) hold the frame counter (red = counter & 0xFF, green
+// = counter >> 8). Each button press inside the window prints "click X Y" (window coordinates). It
+// exits on SIGTERM or when its window is destroyed.
 #include "Patterns.h"
 
 #include <xcb/shape.h>
@@ -137,9 +137,9 @@ void paint(xcb_connection_t *c, xcb_window_t window, xcb_gcontext_t gc, const Op
         base.resize(static_cast<std::size_t>(baseWidth) * o.height);
         for (int y = 0; y < o.height; ++y) {
             for (int x = 0; x < baseWidth; ++x) {
-                base[static_cast<std::size_t>(y) * baseWidth + x] = withAlpha(
-                    patternPixel(o.pattern, x % o.width, y, o.width, o.height, o.color),
-                    o.argbAlpha);
+                base[static_cast<std::size_t>(y) * baseWidth + x] =
+                    withAlpha(patternPixel(o.pattern, x % o.width, y, o.width, o.height, o.color),
+                              o.argbAlpha);
             }
         }
     }
@@ -150,8 +150,8 @@ void paint(xcb_connection_t *c, xcb_window_t window, xcb_gcontext_t gc, const Op
                     static_cast<std::size_t>(o.width) * sizeof(std::uint32_t));
     }
     if (o.animate) {
-        const std::uint32_t stamp = withAlpha(((frame & 0xFF) << 16) | (((frame >> 8) & 0xFF) << 8),
-                                              o.argbAlpha);
+        const std::uint32_t stamp =
+            withAlpha(((frame & 0xFF) << 16) | (((frame >> 8) & 0xFF) << 8), o.argbAlpha);
         for (int y = 0; y < std::min(o.stampSize, o.height); ++y) {
             for (int x = 0; x < std::min(o.stampSize, o.width); ++x) {
                 pixels[static_cast<std::size_t>(y) * o.width + x] = stamp;

@@ -38,6 +38,15 @@ bool checked(xcb_connection_t *c, xcb_void_cookie_t cookie)
     return !error;
 }
 
+xcb_atom_t internAtom(xcb_connection_t *c, const char *name)
+{
+    std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> reply(
+        xcb_intern_atom_reply(
+            c, xcb_intern_atom(c, 0, static_cast<uint16_t>(std::strlen(name)), name), nullptr),
+        &std::free);
+    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+}
+
 } // namespace
 
 static bool setShape(QWidget *window, xcb_shape_kind_t kind, const std::vector<QRect> &rects)
@@ -116,42 +125,6 @@ std::vector<QRect> edgeBands(const QSize &size, int band)
     };
 }
 
-bool setOnAllDesktops(QWidget *window)
-{
-    xcb_connection_t *c = connection();
-    const xcb_window_t id = nativeWindow(window);
-    if (!c || id == XCB_WINDOW_NONE) {
-        return false;
-    }
-    const char *name = "_NET_WM_DESKTOP";
-    std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> atom(
-        xcb_intern_atom_reply(
-            c, xcb_intern_atom(c, 0, static_cast<uint16_t>(std::strlen(name)), name), nullptr),
-        &std::free);
-    if (!atom) {
-        return false;
-    }
-    const uint32_t allDesktops = 0xFFFFFFFF;
-    // The property covers an unmapped window; a mapped one also needs the client message, which
-    // the window manager acts on.
-    bool ok = checked(c, xcb_change_property_checked(c, XCB_PROP_MODE_REPLACE, id, atom->atom,
-                                                     XCB_ATOM_CARDINAL, 32, 1, &allDesktops));
-    xcb_client_message_event_t message = {};
-    message.response_type = XCB_CLIENT_MESSAGE;
-    message.format = 32;
-    message.window = id;
-    message.type = atom->atom;
-    message.data.data32[0] = allDesktops;
-    message.data.data32[1] = 1; // from a normal application
-    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(c)).data->root;
-    ok = checked(c, xcb_send_event_checked(c, 0, root,
-                                           XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT |
-                                               XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-                                           reinterpret_cast<const char *>(&message))) &&
-         ok;
-    return ok;
-}
-
 } // namespace lookpane::X11WindowTraits
 
 namespace lookpane::X11WindowTraits {
@@ -163,18 +136,13 @@ bool setWindowRole(QWidget *window, const QByteArray &role)
         return false;
     }
     const auto id = static_cast<xcb_window_t>(window->winId());
-    const char *name = "WM_WINDOW_ROLE";
-    std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> atom(
-        xcb_intern_atom_reply(
-            c, xcb_intern_atom(c, 0, static_cast<uint16_t>(std::strlen(name)), name), nullptr),
-        &std::free);
-    if (!atom) {
+    const xcb_atom_t atom = internAtom(c, "WM_WINDOW_ROLE");
+    if (atom == XCB_ATOM_NONE) {
         return false;
     }
-    return checked(c, xcb_change_property_checked(c, XCB_PROP_MODE_REPLACE, id, atom->atom,
-                                                  XCB_ATOM_STRING, 8,
-                                                  static_cast<uint32_t>(role.size()),
-                                                  role.constData()));
+    return checked(
+        c, xcb_change_property_checked(c, XCB_PROP_MODE_REPLACE, id, atom, XCB_ATOM_STRING, 8,
+                                       static_cast<uint32_t>(role.size()), role.constData()));
 }
 
 } // namespace lookpane::X11WindowTraits

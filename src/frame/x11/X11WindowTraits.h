@@ -33,7 +33,4 @@ std::vector<QRect> edgeBands(const QSize &size, int band);
 // managers and session tools: "frame", "share", "toolbar". Creates the native window.
 bool setWindowRole(QWidget *window, const QByteArray &role);
 
-// Shows the window on every virtual desktop (_NET_WM_DESKTOP 0xFFFFFFFF).
-bool setOnAllDesktops(QWidget *window);
-
 } // namespace lookpane::X11WindowTraits
