@@ -297,6 +297,17 @@ TEST_F(EndToEnd, MirrorBlurDrawDetachClickThroughHideAndRelaunch)
     EXPECT_LT(used, 0.1) << "Lookpane kept working while hidden: " << used << " s of CPU in 2 s";
     animation.close();
 
+    // Launching Lookpane again shows the running one's box; the second process exits.
+    {
+        ChildProcess again({lookpaneExecutable()}, lookpaneEnvironment(m_server, config));
+        const std::optional<int> againStatus = again.waitForExit(std::chrono::seconds(10));
+        ASSERT_TRUE(againStatus && WIFEXITED(*againStatus));
+        EXPECT_EQ(WEXITSTATUS(*againStatus), 0);
+    }
+    EXPECT_EQ(role("frame").geometry, QRect(moved, QSize(800, 450)))
+        << "the running Lookpane did not show its box again";
+    EXPECT_TRUE(role("share").viewable);
+
     // Quit, relaunch: the box comes back where it was.
     lookpane->signal(SIGTERM);
     const std::optional<int> status = lookpane->waitForExit(std::chrono::seconds(10));

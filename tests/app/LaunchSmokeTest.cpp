@@ -95,7 +95,7 @@ TEST(LaunchSmoke, CtrlQQuits)
     QTemporaryDir config;
     ChildProcess lookpane({lookpaneExecutable()}, lookpaneEnvironment(server, config));
     const std::optional<WindowInfo> window =
-        waitForViewableWindow(server.displayName(), QStringLiteral("Lookpane"), 15000);
+        waitForViewableRole(server.displayName(), QStringLiteral("frame"), 15000);
     ASSERT_TRUE(window.has_value());
     ChildProcess::Options xdotoolOptions;
     xdotoolOptions.environment["DISPLAY"] = server.displayName();

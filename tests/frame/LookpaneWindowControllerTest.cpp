@@ -340,3 +340,20 @@ TEST_F(FrameController, ClickThroughSwitchPersistsReportsAndEndsMoveMode)
     EXPECT_EQ(reported, (std::vector<bool>{false, true}));
     EXPECT_EQ(stored(QStringLiteral("ClickThroughEnabled")), QStringLiteral("true"));
 }
+
+TEST_F(FrameController, ClosingEitherWindowHidesLookpaneAndKeepsTheWindows)
+{
+    auto controller = makeController(QRect(300, 300, 640, 360));
+    showAndWait(*controller);
+    std::vector<bool> visibility;
+    controller->onVisibilityChanged = [&](bool visible) { visibility.push_back(visible); };
+    EXPECT_FALSE(controller->frameWindow()->close()) << "the close must be refused";
+    EXPECT_FALSE(controller->isFrameVisible());
+    EXPECT_FALSE(controller->frameWindow()->isVisible());
+    EXPECT_FALSE(controller->shareWindow()->isVisible());
+    EXPECT_FALSE(controller->toolbar()->window()->isVisible());
+    controller->show();
+    EXPECT_FALSE(controller->shareWindow()->close());
+    EXPECT_FALSE(controller->isFrameVisible());
+    EXPECT_EQ(visibility, (std::vector<bool>{false, true, false}));
+}
