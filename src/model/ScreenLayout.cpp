@@ -15,13 +15,16 @@ ScreenLayout currentScreenLayout()
         return layout;
     }
     const qreal height = primary->geometry().height();
-    QList<QScreen *> screens = QGuiApplication::screens();
-    // The primary screen comes first, as the window system counts screens.
-    screens.removeOne(const_cast<QScreen *>(primary));
-    screens.prepend(const_cast<QScreen *>(primary));
-    for (const QScreen *screen : std::as_const(screens)) {
+    const auto add = [&](const QScreen *screen) {
         layout.screens.push_back({designRectFromQt(QRectF(screen->geometry()), height),
                                   designRectFromQt(QRectF(screen->availableGeometry()), height)});
+    };
+    // The primary screen comes first, as the window system counts screens.
+    add(primary);
+    for (const QScreen *screen : QGuiApplication::screens()) {
+        if (screen != primary) {
+            add(screen);
+        }
     }
     layout.mainIndex = 0;
     return layout;
