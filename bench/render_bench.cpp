@@ -7,6 +7,7 @@
 #include "capture/CapturedFrame.h"
 #include "frame/CaptureRenderer.h"
 #include "frame/GlCaptureView.h"
+#include "frame/GlCaptureWindow.h"
 #include "frame/PreviewView.h"
 
 #include <QApplication>
@@ -157,10 +158,16 @@ double shareViewFps(QSize size, bool blur, double seconds, bool canvasShown = tr
     }
     int delivered = 0;
     int swapped = 0;
-    QObject::connect(view, &QOpenGLWidget::frameSwapped, [&] {
+    const auto nextPicture = [&] {
         ++swapped;
         share.setCapturedFrame(frames[static_cast<std::size_t>(++delivered % 2)]);
-    });
+    };
+    // The share view swaps its own native window; a composed view swaps with its window.
+    if (GlCaptureWindow *window = view->nativeWindow()) {
+        QObject::connect(window, &QOpenGLWindow::frameSwapped, nextPicture);
+    } else {
+        QObject::connect(view, &QOpenGLWidget::frameSwapped, nextPicture);
+    }
     share.setCapturedFrame(frames[0]);
     // Warm up, then count.
     QElapsedTimer timer;

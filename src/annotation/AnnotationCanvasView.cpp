@@ -39,6 +39,9 @@ void AnnotationCanvasView::setAnnotations(std::vector<Annotation> annotations)
 {
     m_annotations = std::move(annotations);
     update();
+    if (onAnnotationsChanged) {
+        onAnnotationsChanged();
+    }
 }
 
 void AnnotationCanvasView::setEditing(bool editing)
@@ -207,9 +210,16 @@ void AnnotationCanvasView::paintEvent(QPaintEvent *)
         return;
     }
     QPainter painter(this);
+    paintAnnotations(painter, m_annotations, size());
+}
+
+void AnnotationCanvasView::paintAnnotations(QPainter &painter,
+                                            const std::vector<Annotation> &annotations,
+                                            QSizeF canvasSize)
+{
+    painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
-    const QSizeF canvasSize = size();
-    for (const Annotation &mark : m_annotations) {
+    for (const Annotation &mark : annotations) {
         if (mark.points.size() < 2) {
             continue;
         }
@@ -234,6 +244,7 @@ void AnnotationCanvasView::paintEvent(QPaintEvent *)
             }
         }
     }
+    painter.restore();
 }
 
 } // namespace lookpane

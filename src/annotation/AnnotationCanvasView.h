@@ -12,6 +12,8 @@
 #include <optional>
 #include <vector>
 
+class QPainter;
+
 namespace lookpane {
 
 // The transparent surface over the mirrored picture: paints the marks its owner hands it and,
@@ -27,6 +29,9 @@ public:
     std::function<void(const Annotation &)> onDraftChanged;
     // The end of a gesture (mouse release), whether or not the draft will be kept.
     std::function<void()> onCommit;
+
+    // Called after the marks changed (a surface that paints them itself follows them).
+    std::function<void()> onAnnotationsChanged;
 
     void setAnnotations(std::vector<Annotation> annotations);
     const std::vector<Annotation> &annotations() const { return m_annotations; }
@@ -52,6 +57,11 @@ public:
     static QPainterPath path(const Annotation &mark, double lineWidth, QSizeF canvasSize);
     // The closed head triangle of an arrow; empty when its ends are 1 point apart or less.
     static QPolygonF arrowHead(const Annotation &mark, double lineWidth, QSizeF canvasSize);
+
+    // Paints `annotations` (halo, then stroke, then an arrow's head) on a canvas of
+    // `canvasSize`; used by the canvas and by surfaces that draw the marks themselves.
+    static void paintAnnotations(QPainter &painter, const std::vector<Annotation> &annotations,
+                                 QSizeF canvasSize);
 
     static constexpr double newMarkLineWidth = 0.005;
     static constexpr double freehandThinning = 0.002;

@@ -1,15 +1,15 @@
 #include "frame/GlCaptureView.h"
 
+#include "frame/GlCaptureWindow.h"
+
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
-#include <QSurfaceFormat>
+#include <QResizeEvent>
 #include <QTimer>
 
 namespace lookpane {
 
-namespace {
-
-QSurfaceFormat captureFormat()
+QSurfaceFormat GlCaptureView::surfaceFormat()
 {
     QSurfaceFormat format;
     if (QOpenGLContext::openGLModuleType() == QOpenGLContext::LibGLES) {
@@ -25,11 +25,13 @@ QSurfaceFormat captureFormat()
     return format;
 }
 
+namespace {
+
 // Builds the programs once in a throw-away context, so a view is only made where it can draw.
 bool canRenderHere()
 {
     QOpenGLContext context;
-    context.setFormat(captureFormat());
+    context.setFormat(GlCaptureView::surfaceFormat());
     if (!context.create()) {
         return false;
     }
@@ -50,22 +52,32 @@ bool canRenderHere()
 
 } // namespace
 
-std::unique_ptr<GlCaptureView> GlCaptureView::make(QWidget *parent)
+std::unique_ptr<GlCaptureView> GlCaptureView::make(QWidget *parent, Surface surface)
 {
     if (!canRenderHere()) {
         return nullptr;
     }
-    return std::unique_ptr<GlCaptureView>(new GlCaptureView(parent));
+    return std::unique_ptr<GlCaptureView>(new GlCaptureView(parent, surface));
 }
 
-GlCaptureView::GlCaptureView(QWidget *parent) : QOpenGLWidget(parent)
+GlCaptureView::GlCaptureView(QWidget *parent, Surface surface) : QOpenGLWidget(parent)
 {
-    setFormat(captureFormat());
+    setFormat(GlCaptureView::surfaceFormat());
     // The picture covers the whole view; nothing below needs painting.
     setAttribute(Qt::WA_OpaquePaintEvent);
     // The framebuffer keeps its picture between draws, so Qt can compose or grab the view
     // again without the picture being drawn again.
     setUpdateBehavior(QOpenGLWidget::PartialUpdate);
+    if (surface == Surface::nativeWindow) {
+        auto *window = new GlCaptureWindow;
+        window->onUnavailable = [this] { becomeUnavailable(); };
+        // The container owns the window and shows, hides and places it with this view.
+        m_container = QWidget::createWindowContainer(window, this);
+        m_container->setAttribute(Qt::WA_TransparentForMouseEvents);
+        m_container->setFocusPolicy(Qt::NoFocus);
+        m_container->setGeometry(rect());
+        m_window = window;
+    }
 }
 
 GlCaptureView::~GlCaptureView()
@@ -94,19 +106,13 @@ void GlCaptureView::initializeGL()
     // A move to another window gives the view a new context: the old objects go with the old.
     connect(context(), &QOpenGLContext::aboutToBeDestroyed, this, &GlCaptureView::releaseRenderer,
             Qt::UniqueConnection);
+    if (m_window) {
+        // The native window draws; this widget's own framebuffer is never seen.
+        return;
+    }
     auto renderer = std::make_unique<CaptureRenderer>();
     if (!renderer->initialize()) {
-        if (!m_unavailable) {
-            m_unavailable = true;
-            if (onUnavailable) {
-                // Not from inside Qt's GL set-up: the owner may hide or replace this view.
-                QTimer::singleShot(0, this, [this] {
-                    if (onUnavailable) {
-                        onUnavailable();
-                    }
-                });
-            }
-        }
+        becomeUnavailable();
         return;
     }
     renderer->setMaximumMipChainSide(m_maximumMipChainSide);
@@ -114,6 +120,60 @@ void GlCaptureView::initializeGL()
     m_renderer = std::move(renderer);
     m_hasRenderedFrame = false;
     m_needsDraw = true;
+}
+
+void GlCaptureView::becomeUnavailable()
+{
+    if (m_unavailable) {
+        return;
+    }
+    m_unavailable = true;
+    if (onUnavailable) {
+        // Not from inside Qt's GL set-up: the owner may hide or replace this view.
+        QTimer::singleShot(0, this, [this] {
+            if (onUnavailable) {
+                onUnavailable();
+            }
+        });
+    }
+}
+
+void GlCaptureView::resizeEvent(QResizeEvent *event)
+{
+    QOpenGLWidget::resizeEvent(event);
+    if (m_container != nullptr) {
+        m_container->setGeometry(rect());
+    }
+}
+
+bool GlCaptureView::hasRenderedFrame() const
+{
+    return m_window ? m_window->hasRenderedFrame() : m_hasRenderedFrame;
+}
+
+int GlCaptureView::drawCount() const
+{
+    return m_window ? m_window->drawCount() : m_drawCount;
+}
+
+const DrawResult &GlCaptureView::lastDraw() const
+{
+    return m_window ? m_window->lastDraw() : m_lastDraw;
+}
+
+bool GlCaptureView::hasMipChain() const
+{
+    if (m_window) {
+        return m_window->hasMipChain();
+    }
+    return m_renderer && m_renderer->hasMipChain();
+}
+
+void GlCaptureView::setAnnotations(std::vector<Annotation> annotations)
+{
+    if (m_window) {
+        m_window->setAnnotations(std::move(annotations));
+    }
 }
 
 void GlCaptureView::resizeGL(int, int)
@@ -149,6 +209,10 @@ void GlCaptureView::render()
 void GlCaptureView::setFrame(const CapturedFrame &frame)
 {
     m_frame = frame;
+    if (m_window) {
+        m_window->setFrame(frame);
+        return;
+    }
     if (m_renderer) {
         // Only a reference is kept here; the pixels are copied to the GPU at the next draw.
         m_renderer->setFrame(frame);
@@ -160,6 +224,10 @@ void GlCaptureView::setFrame(const CapturedFrame &frame)
 
 void GlCaptureView::requestRedraw(bool immediately)
 {
+    if (m_window) {
+        m_window->setRenderSettings(m_settings);
+        return;
+    }
     m_hasRenderedFrame = false;
     if (m_frame.isNull()) {
         return;
@@ -216,6 +284,10 @@ void GlCaptureView::setMaximumMipChainSide(int pixels)
         return;
     }
     m_maximumMipChainSide = pixels;
+    if (m_window) {
+        m_window->setMaximumMipChainSide(pixels);
+        return;
+    }
     if (m_renderer) {
         m_renderer->setMaximumMipChainSide(pixels);
     }

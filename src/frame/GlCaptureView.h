@@ -5,26 +5,55 @@
 #include "frame/CaptureRenderer.h"
 #include "model/BlurStrength.h"
 
+#include "annotation/Annotation.h"
+
 #include <QOpenGLWidget>
+#include <QSurfaceFormat>
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace lookpane {
+
+class GlCaptureWindow;
 
 // Draws the newest captured picture stretched over the view, with the viewers-only privacy
 // blur when it is on. Draws on demand: once per new picture and once per change that alters
 // the output, never while nothing changes. With blur wanted but no mip chain to read, it
 // shows the fail-safe colour (10, 10, 13) and none of the picture.
+//
+// A `composed` view draws into the widget's own texture, which Qt composes with the rest of
+// its window (widgets above it can be translucent and take input). A `nativeWindow` view
+// hands the picture, its settings and the marks to a native OpenGL window that fills it and
+// draws them in one pass, without the composition; nothing shows above it and it takes no
+// input (the share window).
 class GlCaptureView : public QOpenGLWidget
 {
     Q_OBJECT
 
 public:
+    enum class Surface
+    {
+        composed,
+        nativeWindow
+    };
+
     // The view, or none when this computer cannot run its OpenGL programs (no OpenGL 3.3 /
     // ES 3.0 context, or the shaders do not compile); the caller then shows a message.
-    static std::unique_ptr<GlCaptureView> make(QWidget *parent = nullptr);
+    static std::unique_ptr<GlCaptureView> make(QWidget *parent = nullptr,
+                                               Surface surface = Surface::composed);
     ~GlCaptureView() override;
+
+    // The OpenGL version and buffers the renderer needs.
+    static QSurfaceFormat surfaceFormat();
+
+    Surface surface() const { return m_window != nullptr ? Surface::nativeWindow : Surface::composed; }
+    // The native window that draws a `nativeWindow` view; none for a composed one.
+    GlCaptureWindow *nativeWindow() const { return m_window; }
+    // The marks a `nativeWindow` view paints over the picture; a composed view leaves them to
+    // the canvas above it and ignores this.
+    void setAnnotations(std::vector<Annotation> annotations);
 
     // Called (once) when the view's own context turns out unusable after it was made.
     std::function<void()> onUnavailable;
@@ -56,20 +85,22 @@ public:
     // blurred view then shows the fail-safe colour.
     void setMaximumMipChainSide(int pixels);
 
-    bool hasRenderedFrame() const { return m_hasRenderedFrame; }
+    bool hasRenderedFrame() const;
     bool isUnavailable() const { return m_unavailable; }
     // Draws made since the view was created, and what the last one did.
-    int drawCount() const { return m_drawCount; }
-    const DrawResult &lastDraw() const { return m_lastDraw; }
-    bool hasMipChain() const { return m_renderer && m_renderer->hasMipChain(); }
+    int drawCount() const;
+    const DrawResult &lastDraw() const;
+    bool hasMipChain() const;
 
 protected:
     void initializeGL() override;
     void resizeGL(int w, int h) override;
     void paintGL() override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
-    explicit GlCaptureView(QWidget *parent);
+    GlCaptureView(QWidget *parent, Surface surface);
+    void becomeUnavailable();
     void requestRedraw(bool immediately);
     void render();
     void releaseRenderer();
@@ -84,6 +115,9 @@ private:
     bool m_unavailable = false;
     int m_drawCount = 0;
     DrawResult m_lastDraw;
+    // Owned by m_container, its child.
+    GlCaptureWindow *m_window = nullptr;
+    QWidget *m_container = nullptr;
 };
 
 } // namespace lookpane

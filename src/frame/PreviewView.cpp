@@ -13,8 +13,13 @@ PreviewView::PreviewView(bool showsAuthoringChrome, QWidget *parent,
                          CaptureViewFactory makeCaptureView)
     : QWidget(parent)
 {
+    // The share view is only looked at, never clicked, and nothing sits above its picture but
+    // the marks: it draws straight into a native window, sparing the window's composition.
+    const GlCaptureView::Surface surface = showsAuthoringChrome
+                                               ? GlCaptureView::Surface::composed
+                                               : GlCaptureView::Surface::nativeWindow;
     std::unique_ptr<GlCaptureView> captureView =
-        makeCaptureView ? makeCaptureView(this) : GlCaptureView::make(this);
+        makeCaptureView ? makeCaptureView(this) : GlCaptureView::make(this, surface);
     if (captureView) {
         captureView->setParent(this);
         captureView->onUnavailable = [this] { captureViewBecameUnavailable(); };
@@ -39,6 +44,13 @@ PreviewView::PreviewView(bool showsAuthoringChrome, QWidget *parent,
             }
         };
     }
+    // A native capture window covers the canvas, so it paints the marks itself; the canvas
+    // still shows them over the black or a message while the picture is hidden.
+    m_annotationCanvas->onAnnotationsChanged = [this] {
+        if (GlCaptureView *view = m_captureView) {
+            view->setAnnotations(m_annotationCanvas->annotations());
+        }
+    };
     applyStyle();
 }
 

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "annotation/Annotation.h"
+#include "capture/CapturedFrame.h"
+#include "frame/CaptureRenderer.h"
+
+#include <QOpenGLWindow>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace lookpane {
+
+// The capture picture drawn straight into a native OpenGL window of its own, with the
+// annotation marks painted over it in the same pass. A QOpenGLWidget is drawn into a texture
+// and then composed into its top-level window with every other widget; on a software
+// rasteriser that composition costs more than the picture itself. The window never takes
+// input: clicks fall through to the widget that holds it.
+class GlCaptureWindow : public QOpenGLWindow
+{
+public:
+    GlCaptureWindow();
+    ~GlCaptureWindow() override;
+
+    // Called (once, from the event loop) when the window's context cannot run the programs.
+    std::function<void()> onUnavailable;
+
+    // Each setter asks for one draw; nothing is drawn while nothing changes.
+    void setFrame(const CapturedFrame &frame);
+    void setRenderSettings(const RenderSettings &settings);
+    void setMaximumMipChainSide(int pixels);
+    void setAnnotations(std::vector<Annotation> annotations);
+    const std::vector<Annotation> &annotations() const { return m_annotations; }
+
+    bool hasRenderedFrame() const { return m_hasRenderedFrame; }
+    bool isUnavailable() const { return m_unavailable; }
+    int drawCount() const { return m_drawCount; }
+    const DrawResult &lastDraw() const { return m_lastDraw; }
+    bool hasMipChain() const { return m_renderer && m_renderer->hasMipChain(); }
+
+protected:
+    void initializeGL() override;
+    void resizeGL(int w, int h) override;
+    void paintGL() override;
+
+private:
+    void requestDraw();
+    void releaseRenderer();
+    void paintAnnotations();
+
+    CapturedFrame m_frame;
+    RenderSettings m_settings;
+    int m_maximumMipChainSide = 0;
+    std::vector<Annotation> m_annotations;
+    std::unique_ptr<CaptureRenderer> m_renderer;
+    bool m_hasRenderedFrame = false;
+    bool m_unavailable = false;
+    int m_drawCount = 0;
+    DrawResult m_lastDraw;
+};
+
+} // namespace lookpane

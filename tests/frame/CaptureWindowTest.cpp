@@ -1,0 +1,138 @@
+// The share view's native capture window: where it draws, what it draws, and when.
+#include "QtWait.h"
+#include "RenderTestSupport.h"
+#include "TestDisplay.h"
+#include "XReadback.h"
+
+#include "annotation/AnnotationCanvasView.h"
+#include "frame/GlCaptureView.h"
+#include "frame/GlCaptureWindow.h"
+#include "frame/PreviewView.h"
+#include "model/SystemColors.h"
+
+#include <gtest/gtest.h>
+
+#include <QImage>
+
+using namespace lookpane;
+using namespace lookpane::testing;
+
+namespace {
+
+QImage screenOf(const QWidget &widget)
+{
+    return grabScreenRect(testDisplay().displayName(),
+                          QRect(widget.mapToGlobal(QPoint(0, 0)), widget.size()));
+}
+
+QImage solidPicture(QSize size, QColor colour)
+{
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(colour);
+    return image;
+}
+
+int pixelsNear(const QImage &image, const QRect &area, QColor colour, int tolerance)
+{
+    return area.width() * area.height() - countPixelsNotNear(image, area, colour, tolerance);
+}
+
+} // namespace
+
+TEST(RenderCaptureWindow, ShareViewDrawsIntoANativeWindowThatTakesNoInput)
+{
+    PreviewView share(false);
+    PreviewView authoring(true);
+    GlCaptureView *shareCapture = share.captureView();
+    GlCaptureView *ownCapture = authoring.captureView();
+    ASSERT_TRUE(shareCapture != nullptr && ownCapture != nullptr);
+
+    EXPECT_EQ(shareCapture->surface(), GlCaptureView::Surface::nativeWindow);
+    ASSERT_NE(shareCapture->nativeWindow(), nullptr);
+    EXPECT_TRUE(shareCapture->nativeWindow()->flags().testFlag(Qt::WindowTransparentForInput));
+    // The frame's own view keeps the composed widget: the canvas and the outline above it
+    // are translucent and the canvas takes the drawing gestures.
+    EXPECT_EQ(ownCapture->surface(), GlCaptureView::Surface::composed);
+    EXPECT_EQ(ownCapture->nativeWindow(), nullptr);
+
+    share.resize(320, 180);
+    share.setCapturedFrame(CapturedFrame::fromImage(solidPicture({320, 180}, QColor(200, 40, 40))));
+    ASSERT_TRUE(showAndWait(share, {0, 0}));
+    ASSERT_TRUE(waitUntil([&] { return shareCapture->hasRenderedFrame(); }));
+    EXPECT_TRUE(shareCapture->nativeWindow()->isExposed());
+    EXPECT_EQ(shareCapture->nativeWindow()->size(), share.size());
+    EXPECT_TRUE(shareCapture->lastDraw().drewPicture);
+}
+
+TEST(RenderCaptureWindow, EachPictureIsDrawnAndNothingIsDrawnWhileNothingChanges)
+{
+    PreviewView share(false);
+    share.resize(320, 180);
+    ASSERT_TRUE(showAndWait(share, {0, 0}));
+    GlCaptureView *capture = share.captureView();
+    ASSERT_NE(capture, nullptr);
+
+    const QColor first(30, 160, 60);
+    share.setCapturedFrame(CapturedFrame::fromImage(solidPicture({320, 180}, first)));
+    ASSERT_TRUE(waitUntil(
+        [&] { return pixelsNear(screenOf(share), QRect(0, 0, 320, 180), first, 3) == 320 * 180; }));
+    // Settled: no further draws without a new picture or setting.
+    const int settled = capture->drawCount();
+    spinFor(300);
+    EXPECT_EQ(capture->drawCount(), settled);
+
+    const QColor second(40, 60, 190);
+    share.setCapturedFrame(CapturedFrame::fromImage(solidPicture({320, 180}, second)));
+    ASSERT_TRUE(waitUntil([&] {
+        return pixelsNear(screenOf(share), QRect(0, 0, 320, 180), second, 3) == 320 * 180;
+    }));
+    EXPECT_GT(capture->drawCount(), settled);
+}
+
+TEST(RenderCaptureWindow, MarksArePaintedOverThePictureAndGoWhenCleared)
+{
+    PreviewView share(false);
+    share.resize(640, 360);
+    ASSERT_TRUE(showAndWait(share, {0, 0}));
+    const QColor grey(128, 128, 128);
+    share.setCapturedFrame(CapturedFrame::fromImage(solidPicture({640, 360}, grey)));
+    const QRect band(100, 178, 440, 4);
+    Annotation line{AnnotationTool::line, AnnotationColor::green, {{0.1, 0.5}, {0.9, 0.5}}, 0.02};
+    share.annotationCanvas()->setAnnotations({line});
+
+    ASSERT_TRUE(waitUntil(
+        [&] { return countPixelsNotNear(screenOf(share), band, SystemColors::green, 6) == 0; }));
+    const QImage marked = screenOf(share);
+    saveScreenshot(marked, "capture-window-mark");
+    // Away from the mark the picture is untouched.
+    EXPECT_EQ(pixelsNear(marked, QRect(0, 0, 640, 120), grey, 3), 640 * 120);
+
+    share.annotationCanvas()->setAnnotations({});
+    ASSERT_TRUE(waitUntil([&] {
+        return pixelsNear(screenOf(share), band, grey, 3) == band.width() * band.height();
+    }));
+}
+
+TEST(RenderCaptureWindow, AMessageHidesTheNativePictureAndTheNextPictureBringsItBack)
+{
+    PreviewView share(false);
+    share.resize(320, 180);
+    ASSERT_TRUE(showAndWait(share, {0, 0}));
+    GlCaptureView *capture = share.captureView();
+    ASSERT_NE(capture, nullptr);
+    const QColor red(200, 40, 40);
+    share.setCapturedFrame(CapturedFrame::fromImage(solidPicture({320, 180}, red)));
+    ASSERT_TRUE(waitUntil(
+        [&] { return pixelsNear(screenOf(share), QRect(0, 0, 320, 60), red, 3) == 320 * 60; }));
+
+    share.setCaptureMessage(QStringLiteral("Capture paused"));
+    EXPECT_FALSE(capture->nativeWindow()->isVisible());
+    ASSERT_TRUE(waitUntil([&] {
+        return countPixelsNotNear(screenOf(share), QRect(0, 0, 320, 60), Qt::black, 0) == 0;
+    }));
+
+    share.setCapturedFrame(CapturedFrame::fromImage(solidPicture({320, 180}, red)));
+    EXPECT_TRUE(capture->nativeWindow()->isVisible());
+    ASSERT_TRUE(waitUntil(
+        [&] { return pixelsNear(screenOf(share), QRect(0, 0, 320, 60), red, 3) == 320 * 60; }));
+}
