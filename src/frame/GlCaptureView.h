@@ -48,7 +48,10 @@ public:
     // The OpenGL version and buffers the renderer needs.
     static QSurfaceFormat surfaceFormat();
 
-    Surface surface() const { return m_window != nullptr ? Surface::nativeWindow : Surface::composed; }
+    Surface surface() const
+    {
+        return m_window != nullptr ? Surface::nativeWindow : Surface::composed;
+    }
     // The native window that draws a `nativeWindow` view; none for a composed one.
     GlCaptureWindow *nativeWindow() const { return m_window; }
     // The marks a `nativeWindow` view paints over the picture; a composed view leaves them to
