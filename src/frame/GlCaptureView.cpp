@@ -169,10 +169,17 @@ bool GlCaptureView::hasMipChain() const
     return m_renderer && m_renderer->hasMipChain();
 }
 
-void GlCaptureView::setAnnotations(std::vector<Annotation> annotations)
+void GlCaptureView::setOverlayPainter(std::function<void(QPainter &, QSizeF)> painter)
 {
     if (m_window) {
-        m_window->setAnnotations(std::move(annotations));
+        m_window->setOverlayPainter(std::move(painter));
+    }
+}
+
+void GlCaptureView::updateOverlay()
+{
+    if (m_window) {
+        m_window->updateOverlay();
     }
 }
 

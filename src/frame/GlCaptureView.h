@@ -5,14 +5,13 @@
 #include "frame/CaptureRenderer.h"
 #include "model/BlurStrength.h"
 
-#include "annotation/Annotation.h"
-
 #include <QOpenGLWidget>
 #include <QSurfaceFormat>
 
 #include <functional>
 #include <memory>
-#include <vector>
+
+class QPainter;
 
 namespace lookpane {
 
@@ -26,8 +25,9 @@ class GlCaptureWindow;
 // A `composed` view draws into the widget's own texture, which Qt composes with the rest of
 // its window (widgets above it can be translucent and take input). A `nativeWindow` view
 // hands the picture, its settings and the marks to a native OpenGL window that fills it and
-// draws them in one pass, without the composition; nothing shows above it and it takes no
-// input (the share window).
+// draws them in one pass, without the composition; nothing shows above it, so what belongs
+// there is painted in the same pass, and it takes no input (clicks reach the widgets of the
+// window as if it were not there).
 class GlCaptureView : public QOpenGLWidget
 {
     Q_OBJECT
@@ -54,9 +54,11 @@ public:
     }
     // The native window that draws a `nativeWindow` view; none for a composed one.
     GlCaptureWindow *nativeWindow() const { return m_window; }
-    // The marks a `nativeWindow` view paints over the picture; a composed view leaves them to
-    // the canvas above it and ignores this.
-    void setAnnotations(std::vector<Annotation> annotations);
+    // What a `nativeWindow` view paints over its picture in the same pass (logical
+    // coordinates, y down), and the request to paint it again after it changed. A composed
+    // view leaves that to the widgets above it and ignores both.
+    void setOverlayPainter(std::function<void(QPainter &, QSizeF)> painter);
+    void updateOverlay();
 
     // Called (once) when the view's own context turns out unusable after it was made.
     std::function<void()> onUnavailable;

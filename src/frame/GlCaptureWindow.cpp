@@ -1,6 +1,5 @@
 #include "frame/GlCaptureWindow.h"
 
-#include "annotation/AnnotationCanvasView.h"
 #include "frame/GlCaptureView.h"
 
 #include <QOpenGLContext>
@@ -12,7 +11,11 @@ namespace lookpane {
 
 GlCaptureWindow::GlCaptureWindow() : QOpenGLWindow(QOpenGLWindow::NoPartialUpdate)
 {
-    setFormat(GlCaptureView::surfaceFormat());
+    QSurfaceFormat format = GlCaptureView::surfaceFormat();
+    // The painter fills curved and self-overlapping shapes (the outline, marks) through the
+    // stencil buffer; without one they cover their whole bounding area.
+    format.setStencilBufferSize(8);
+    setFormat(format);
     setFlag(Qt::WindowTransparentForInput);
 }
 
@@ -84,16 +87,16 @@ void GlCaptureWindow::paintGL()
     }
     m_lastDraw = m_renderer->draw(defaultFramebufferObject(), pixels, m_settings);
     m_hasRenderedFrame = m_lastDraw.drewPicture;
-    paintAnnotations();
+    paintOverlay();
 }
 
-void GlCaptureWindow::paintAnnotations()
+void GlCaptureWindow::paintOverlay()
 {
-    if (m_annotations.empty()) {
+    if (!m_overlayPainter) {
         return;
     }
     QPainter painter(this);
-    AnnotationCanvasView::paintAnnotations(painter, m_annotations, QSizeF(size()));
+    m_overlayPainter(painter, QSizeF(size()));
 }
 
 void GlCaptureWindow::requestDraw()
@@ -127,9 +130,9 @@ void GlCaptureWindow::setMaximumMipChainSide(int pixels)
     requestDraw();
 }
 
-void GlCaptureWindow::setAnnotations(std::vector<Annotation> annotations)
+void GlCaptureWindow::setOverlayPainter(std::function<void(QPainter &, QSizeF)> painter)
 {
-    m_annotations = std::move(annotations);
+    m_overlayPainter = std::move(painter);
     update();
 }
 

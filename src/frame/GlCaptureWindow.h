@@ -1,6 +1,5 @@
 #pragma once
 
-#include "annotation/Annotation.h"
 #include "capture/CapturedFrame.h"
 #include "frame/CaptureRenderer.h"
 
@@ -8,15 +7,16 @@
 
 #include <functional>
 #include <memory>
-#include <vector>
+
+class QPainter;
 
 namespace lookpane {
 
-// The capture picture drawn straight into a native OpenGL window of its own, with the
-// annotation marks painted over it in the same pass. A QOpenGLWidget is drawn into a texture
-// and then composed into its top-level window with every other widget; on a software
-// rasteriser that composition costs more than the picture itself. The window never takes
-// input: clicks fall through to the widget that holds it.
+// The capture picture drawn straight into a native OpenGL window of its own, with what
+// belongs above it (the outline, the annotation marks) painted over it in the same pass. A
+// QOpenGLWidget is drawn into a texture and then composed into its top-level window with every
+// other widget; on a software rasteriser that composition costs more than the picture itself. The
+// window never takes input: clicks fall through to the widget that holds it.
 class GlCaptureWindow : public QOpenGLWindow
 {
 public:
@@ -30,8 +30,10 @@ public:
     void setFrame(const CapturedFrame &frame);
     void setRenderSettings(const RenderSettings &settings);
     void setMaximumMipChainSide(int pixels);
-    void setAnnotations(std::vector<Annotation> annotations);
-    const std::vector<Annotation> &annotations() const { return m_annotations; }
+    // Paints over the picture after every draw (logical coordinates, y down); a change of
+    // what it paints needs updateOverlay().
+    void setOverlayPainter(std::function<void(QPainter &, QSizeF)> painter);
+    void updateOverlay() { update(); }
 
     bool hasRenderedFrame() const { return m_hasRenderedFrame; }
     bool isUnavailable() const { return m_unavailable; }
@@ -47,12 +49,12 @@ protected:
 private:
     void requestDraw();
     void releaseRenderer();
-    void paintAnnotations();
+    void paintOverlay();
 
     CapturedFrame m_frame;
     RenderSettings m_settings;
     int m_maximumMipChainSide = 0;
-    std::vector<Annotation> m_annotations;
+    std::function<void(QPainter &, QSizeF)> m_overlayPainter;
     std::unique_ptr<CaptureRenderer> m_renderer;
     bool m_hasRenderedFrame = false;
     bool m_unavailable = false;

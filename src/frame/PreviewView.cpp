@@ -13,8 +13,10 @@ PreviewView::PreviewView(bool showsAuthoringChrome, QWidget *parent,
                          CaptureViewFactory makeCaptureView)
     : QWidget(parent)
 {
-    // The share view is only looked at, never clicked, and nothing sits above its picture but
-    // the marks: it draws straight into a native window, sparing the window's composition.
+    // The share view draws straight into a native window, sparing its window the composition
+    // of every frame; what lies above the picture is painted in the same pass (see below).
+    // The frame's own view stays composed: drawn natively as well, it slowed the share window
+    // down (docs/benchmarks.md).
     const GlCaptureView::Surface surface = showsAuthoringChrome
                                                ? GlCaptureView::Surface::composed
                                                : GlCaptureView::Surface::nativeWindow;
@@ -44,13 +46,26 @@ PreviewView::PreviewView(bool showsAuthoringChrome, QWidget *parent,
             }
         };
     }
-    // A native capture window covers the canvas, so it paints the marks itself; the canvas
-    // still shows them over the black or a message while the picture is hidden.
-    m_annotationCanvas->onAnnotationsChanged = [this] {
+    // A native capture window covers the outline and the canvas, so it paints them itself;
+    // they still show themselves while the picture is hidden (black, a message, selection).
+    if (GlCaptureView *view = m_captureView) {
+        view->setOverlayPainter([this](QPainter &painter, QSizeF size) {
+            if (m_scopeBorderView != nullptr) {
+                m_scopeBorderView->paint(painter, size);
+            }
+            AnnotationCanvasView::paintAnnotations(painter, m_annotationCanvas->annotations(),
+                                                   size);
+        });
+    }
+    const auto overlayChanged = [this] {
         if (GlCaptureView *view = m_captureView) {
-            view->setAnnotations(m_annotationCanvas->annotations());
+            view->updateOverlay();
         }
     };
+    m_annotationCanvas->onAnnotationsChanged = overlayChanged;
+    if (m_scopeBorderView != nullptr) {
+        m_scopeBorderView->onAppearanceChanged = overlayChanged;
+    }
     applyStyle();
 }
 

@@ -20,8 +20,14 @@ ScopeBorderView::ScopeBorderView(QWidget *parent) : QWidget(parent)
 
 void ScopeBorderView::setPreviewStyle(PreviewStyle style)
 {
+    if (m_style == style) {
+        return;
+    }
     m_style = style;
     update();
+    if (onAppearanceChanged) {
+        onAppearanceChanged();
+    }
 }
 
 void ScopeBorderView::setPrivacyBlurActive(bool active)
@@ -31,6 +37,9 @@ void ScopeBorderView::setPrivacyBlurActive(bool active)
     }
     m_privacyBlurActive = active;
     update();
+    if (onAppearanceChanged) {
+        onAppearanceChanged();
+    }
 }
 
 QRectF ScopeBorderView::outlineRect(QRectF bounds)
@@ -70,12 +79,20 @@ std::optional<QRectF> ScopeBorderView::bannerRect(QRectF outline)
 
 void ScopeBorderView::paintEvent(QPaintEvent *)
 {
-    const QRectF outline = outlineRect(rect());
+    QPainter painter(this);
+    paint(painter, size());
+}
+
+void ScopeBorderView::paint(QPainter &painter, QSizeF size) const
+{
+    const QRectF outline = outlineRect(QRectF(QPointF(0.0, 0.0), size));
     if (!(outline.width() > 0.0 && outline.height() > 0.0)) {
         return;
     }
-    QPainter painter(this);
+    painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
+    // Only the outline: a painter handed in may come with a brush of its own.
+    painter.setBrush(Qt::NoBrush);
     const double radius = cornerRadius(outline);
     QPainterPath path;
     path.addRoundedRect(outline, radius, radius);
@@ -91,6 +108,7 @@ void ScopeBorderView::paintEvent(QPaintEvent *)
     if (m_privacyBlurActive) {
         drawBanner(painter, outline);
     }
+    painter.restore();
 }
 
 void ScopeBorderView::drawBanner(QPainter &painter, QRectF outline) const

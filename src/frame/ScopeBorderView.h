@@ -5,6 +5,7 @@
 #include <QFont>
 #include <QWidget>
 
+#include <functional>
 #include <optional>
 
 namespace lookpane {
@@ -15,6 +16,10 @@ class ScopeBorderView : public QWidget
 {
 public:
     explicit ScopeBorderView(QWidget *parent = nullptr);
+
+    // Called after what the outline looks like changed (a surface that paints it itself
+    // follows it).
+    std::function<void()> onAppearanceChanged;
 
     void setPreviewStyle(PreviewStyle style);
     PreviewStyle previewStyle() const { return m_style; }
@@ -29,6 +34,9 @@ public:
     static std::optional<QRectF> bannerRect(QRectF outline);
     static QFont bannerFont();
     static QString bannerText();
+
+    // Paints the outline (and the banner) for a view of `size`, as this view shows it.
+    void paint(QPainter &painter, QSizeF size) const;
 
 protected:
     void paintEvent(QPaintEvent *event) override;

@@ -2,12 +2,14 @@
 #include "QtWait.h"
 #include "RenderTestSupport.h"
 #include "TestDisplay.h"
+#include "XInput.h"
 #include "XReadback.h"
 
 #include "annotation/AnnotationCanvasView.h"
 #include "frame/GlCaptureView.h"
 #include "frame/GlCaptureWindow.h"
 #include "frame/PreviewView.h"
+#include "frame/ScopeBorderView.h"
 #include "model/SystemColors.h"
 
 #include <gtest/gtest.h>
@@ -32,6 +34,12 @@ QImage solidPicture(QSize size, QColor colour)
     return image;
 }
 
+// The frame's own view drawn natively as well (its outline and marks in the GL pass).
+std::unique_ptr<GlCaptureView> nativeCaptureView(QWidget *parent)
+{
+    return GlCaptureView::make(parent, GlCaptureView::Surface::nativeWindow);
+}
+
 int pixelsNear(const QImage &image, const QRect &area, QColor colour, int tolerance)
 {
     return area.width() * area.height() - countPixelsNotNear(image, area, colour, tolerance);
@@ -39,7 +47,7 @@ int pixelsNear(const QImage &image, const QRect &area, QColor colour, int tolera
 
 } // namespace
 
-TEST(RenderCaptureWindow, ShareViewDrawsIntoANativeWindowThatTakesNoInput)
+TEST(RenderCaptureWindow, TheShareViewDrawsIntoANativeWindowThatTakesNoInput)
 {
     PreviewView share(false);
     PreviewView authoring(true);
@@ -50,8 +58,7 @@ TEST(RenderCaptureWindow, ShareViewDrawsIntoANativeWindowThatTakesNoInput)
     EXPECT_EQ(shareCapture->surface(), GlCaptureView::Surface::nativeWindow);
     ASSERT_NE(shareCapture->nativeWindow(), nullptr);
     EXPECT_TRUE(shareCapture->nativeWindow()->flags().testFlag(Qt::WindowTransparentForInput));
-    // The frame's own view keeps the composed widget: the canvas and the outline above it
-    // are translucent and the canvas takes the drawing gestures.
+    // The frame's own view stays a composed widget.
     EXPECT_EQ(ownCapture->surface(), GlCaptureView::Surface::composed);
     EXPECT_EQ(ownCapture->nativeWindow(), nullptr);
 
@@ -135,4 +142,70 @@ TEST(RenderCaptureWindow, AMessageHidesTheNativePictureAndTheNextPictureBringsIt
     EXPECT_TRUE(capture->nativeWindow()->isVisible());
     ASSERT_TRUE(waitUntil(
         [&] { return pixelsNear(screenOf(share), QRect(0, 0, 320, 60), red, 3) == 320 * 60; }));
+}
+
+TEST(RenderCaptureWindow, DrawingGesturesOverANativePictureReachTheAuthoringCanvas)
+{
+    PreviewView authoring(true, nullptr, nativeCaptureView);
+    authoring.resize(640, 360);
+    int drafts = 0;
+    int commits = 0;
+    authoring.onAnnotationDraftChanged = [&](const Annotation &) { ++drafts; };
+    authoring.onAnnotationCommitted = [&] { ++commits; };
+    ASSERT_TRUE(showAndWait(authoring, {0, 0}));
+    GlCaptureView *capture = authoring.captureView();
+    ASSERT_NE(capture, nullptr);
+    authoring.setCapturedFrame(
+        CapturedFrame::fromImage(solidPicture({640, 360}, QColor(128, 128, 128))));
+    ASSERT_TRUE(waitUntil([&] { return capture->hasRenderedFrame(); }));
+    ASSERT_NE(capture->nativeWindow(), nullptr);
+    ASSERT_TRUE(capture->nativeWindow()->isVisible());
+    authoring.annotationCanvas()->setEditing(true);
+
+    // Real pointer input through the X server, over the native picture window.
+    const QPoint origin = authoring.mapToGlobal(QPoint(0, 0));
+    const auto moveTo = [&](int x, int y) {
+        return xdotool(testDisplay().displayName(),
+                       {"mousemove", "--sync", std::to_string(origin.x() + x),
+                        std::to_string(origin.y() + y)});
+    };
+    ASSERT_TRUE(moveTo(200, 180));
+    ASSERT_TRUE(xdotool(testDisplay().displayName(), {"mousedown", "1"}));
+    ASSERT_TRUE(moveTo(300, 200));
+    ASSERT_TRUE(moveTo(400, 220));
+    ASSERT_TRUE(xdotool(testDisplay().displayName(), {"mouseup", "1"}));
+    ASSERT_TRUE(waitUntil([&] { return commits >= 1; }));
+    EXPECT_GE(drafts, 1);
+    EXPECT_EQ(commits, 1);
+}
+
+TEST(RenderCaptureWindow, TheOutlineAndItsBannerArePaintedOverANativeAuthoringPicture)
+{
+    PreviewView authoring(true, nullptr, nativeCaptureView);
+    authoring.resize(640, 360);
+    ASSERT_TRUE(showAndWait(authoring, {0, 0}));
+    GlCaptureView *capture = authoring.captureView();
+    ASSERT_NE(capture, nullptr);
+    ASSERT_NE(capture->nativeWindow(), nullptr);
+    const QColor grey(128, 128, 128);
+    authoring.setCapturedFrame(CapturedFrame::fromImage(solidPicture({640, 360}, grey)));
+    const bool greyShown = waitUntil([&] {
+        return pixelsNear(screenOf(authoring), QRect(100, 100, 440, 160), grey, 3) == 440 * 160;
+    });
+    saveScreenshot(screenOf(authoring), "authoring-outline");
+    ASSERT_TRUE(greyShown) << pixelsNear(screenOf(authoring), QRect(100, 100, 440, 160), grey, 3);
+    // The outline runs 3 inside the edge: not the picture's grey there.
+    EXPECT_EQ(pixelsNear(screenOf(authoring), QRect(100, 3, 440, 1), grey, 3), 0);
+
+    authoring.scopeBorderView()->setPrivacyBlurActive(true);
+    const std::optional<QRectF> banner =
+        ScopeBorderView::bannerRect(ScopeBorderView::outlineRect(QRectF(0, 0, 640, 360)));
+    ASSERT_TRUE(banner.has_value());
+    const QRect pill = banner->toRect().adjusted(12, 2, -12, -2);
+    ASSERT_TRUE(waitUntil([&] {
+        return pixelsNear(screenOf(authoring), pill, SystemColors::orange, 24) > pill.width() * 2;
+    }));
+    authoring.scopeBorderView()->setPrivacyBlurActive(false);
+    ASSERT_TRUE(waitUntil(
+        [&] { return pixelsNear(screenOf(authoring), pill, SystemColors::orange, 24) == 0; }));
 }
