@@ -1,8 +1,8 @@
 #include "frame/LookpaneWindowController.h"
 
 #include "annotation/AnnotationCanvasView.h"
+#include "frame/ApplicationEventTap.h"
 #include "frame/BorderlessWindow.h"
-#include "frame/DrawingKeyFilter.h"
 #include "frame/FrameGeometry.h"
 #include "frame/GlCaptureView.h"
 #include "frame/PreviewView.h"
@@ -19,6 +19,7 @@
 
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QMouseEvent>
 #include <QScreen>
 #include <QVBoxLayout>
 #include <QWindow>
@@ -94,6 +95,14 @@ LookpaneWindowController::LookpaneWindowController(Preferences &preferences,
 
     configureToolbar();
     m_sharePreviewView->setBlurStrength(m_blurStrength);
+    m_mouseUpTap = std::make_unique<ApplicationEventTap>([this](QObject *receiver, QEvent *event) {
+        // Releases reach the window object and then the widget: take the window's alone.
+        if (event->type() == QEvent::MouseButtonRelease && receiver->isWindowType() &&
+            static_cast<QMouseEvent *>(event)->button() == Qt::LeftButton) {
+            handleLeftMouseUp();
+        }
+        return false;
+    });
     applyRatioToWindow();
     applyMode();
 }
@@ -101,6 +110,7 @@ LookpaneWindowController::LookpaneWindowController(Preferences &preferences,
 LookpaneWindowController::~LookpaneWindowController()
 {
     removeDrawingKeyFilter();
+    m_mouseUpTap.reset();
     // The windows' callbacks reach back into this controller; silence them first.
     for (BorderlessWindow *window : {m_frameWindow.get(), m_shareWindow.get()}) {
         window->onMoved = nullptr;
@@ -719,13 +729,29 @@ void LookpaneWindowController::setCaptureMessage(const std::optional<QString> &m
 
 void LookpaneWindowController::installDrawingKeyFilter()
 {
-    m_drawingKeyFilter = std::make_unique<DrawingKeyFilter>(
-        [this](QObject *receiver, QKeyEvent *event) { return handleDrawingKey(receiver, event); });
+    m_drawingKeyTap =
+        std::make_unique<ApplicationEventTap>([this](QObject *receiver, QEvent *event) {
+            return event->type() == QEvent::KeyPress &&
+                   handleDrawingKey(receiver, static_cast<QKeyEvent *>(event));
+        });
 }
 
 void LookpaneWindowController::removeDrawingKeyFilter()
 {
-    m_drawingKeyFilter.reset();
+    m_drawingKeyTap.reset();
+}
+
+void LookpaneWindowController::handleLeftMouseUp()
+{
+    // The end of any press in the application: a toolbar drag is over, and move mode (the
+    // temporary grab of the box while click-through is on) ends with click-through back on.
+    m_toolbarDragStartFrame.reset();
+    if (!m_moveMode) {
+        return;
+    }
+    m_moveMode = false;
+    setClickThrough(true);
+    updateMouseInteraction();
 }
 
 bool LookpaneWindowController::handleDrawingKey(QObject *receiver, QKeyEvent *event)

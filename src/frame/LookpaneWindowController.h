@@ -25,7 +25,7 @@ class QScreen;
 namespace lookpane {
 
 class BorderlessWindow;
-class DrawingKeyFilter;
+class ApplicationEventTap;
 class FrameToolbarWindowController;
 class Preferences;
 class PreviewView;
@@ -147,6 +147,7 @@ private:
     void installDrawingKeyFilter();
     void removeDrawingKeyFilter();
     bool handleDrawingKey(QObject *receiver, QKeyEvent *event);
+    void handleLeftMouseUp();
 
     Preferences &m_preferences;
     ScreenLayoutProvider m_screens;
@@ -175,7 +176,8 @@ private:
     PreviewView *m_previewView = nullptr;      // owned by the frame window
     PreviewView *m_sharePreviewView = nullptr; // owned by the share window
     std::unique_ptr<FrameToolbarWindowController> m_toolbar;
-    std::unique_ptr<DrawingKeyFilter> m_drawingKeyFilter;
+    std::unique_ptr<ApplicationEventTap> m_drawingKeyTap;
+    std::unique_ptr<ApplicationEventTap> m_mouseUpTap;
 };
 
 } // namespace lookpane

@@ -357,3 +357,28 @@ TEST_F(FrameController, ClosingEitherWindowHidesLookpaneAndKeepsTheWindows)
     EXPECT_FALSE(controller->isFrameVisible());
     EXPECT_EQ(visibility, (std::vector<bool>{false, true, false}));
 }
+
+TEST_F(FrameController, MoveModeEndsWithTheNextLeftMouseUpAndClickThroughComesBack)
+{
+    auto controller = makeController(QRect(300, 300, 640, 360));
+    showAndWait(*controller);
+    std::vector<bool> reported;
+    controller->onClickThroughChanged = [&](bool on) { reported.push_back(on); };
+    controller->beginMoveMode();
+    ASSERT_TRUE(controller->isInMoveMode());
+    ASSERT_FALSE(controller->framePassesInteriorClicks());
+
+    // Drag the box by its middle, as move mode is for.
+    const QRect start = controller->frameWindow()->geometry();
+    xdotool(display(), {"mousemove", "620", "480"});
+    xdotool(display(), {"mousedown", "1"});
+    xdotool(display(), {"mousemove", "660", "500"});
+    xdotool(display(), {"mousemove", "700", "520"});
+    EXPECT_TRUE(waitUntil([&] { return controller->frameWindow()->geometry() != start; }));
+    xdotool(display(), {"mouseup", "1"});
+    EXPECT_TRUE(waitUntil([&] { return !controller->isInMoveMode(); }));
+    EXPECT_TRUE(controller->clickThrough());
+    EXPECT_TRUE(controller->framePassesInteriorClicks());
+    EXPECT_EQ(controller->frameWindow()->geometry(), start.translated(80, 40));
+    EXPECT_EQ(reported, (std::vector<bool>{false, true}));
+}
