@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include "capture/CapturedFrame.h"
 
 #include <QOpenGLExtraFunctions>
@@ -127,5 +129,24 @@ private:
     GLuint m_reducedFramebuffer = 0;
     QSize m_reducedSize;
 };
+
+// Frees a renderer's GL objects in the context of `surface` (a QOpenGLWidget or a
+// QOpenGLWindow), or, when that context is already gone, forgets them: they went with it.
+template <typename Surface>
+void releaseRenderer(Surface &surface, std::unique_ptr<CaptureRenderer> &renderer,
+                     bool contextAlive)
+{
+    if (!renderer) {
+        return;
+    }
+    if (contextAlive) {
+        surface.makeCurrent();
+        renderer.reset();
+        surface.doneCurrent();
+    } else {
+        renderer->abandon();
+        renderer.reset();
+    }
+}
 
 } // namespace lookpane

@@ -87,18 +87,7 @@ GlCaptureView::~GlCaptureView()
 
 void GlCaptureView::releaseRenderer()
 {
-    if (!m_renderer) {
-        return;
-    }
-    if (context() != nullptr) {
-        makeCurrent();
-        m_renderer.reset();
-        doneCurrent();
-    } else {
-        // Without its context the GL names are already gone with it.
-        m_renderer->abandon();
-        m_renderer.reset();
-    }
+    lookpane::releaseRenderer(*this, m_renderer, context() != nullptr);
 }
 
 void GlCaptureView::initializeGL()

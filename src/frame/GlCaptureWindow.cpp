@@ -26,17 +26,7 @@ GlCaptureWindow::~GlCaptureWindow()
 
 void GlCaptureWindow::releaseRenderer()
 {
-    if (!m_renderer) {
-        return;
-    }
-    if (context() != nullptr && isValid()) {
-        makeCurrent();
-        m_renderer.reset();
-        doneCurrent();
-    } else {
-        m_renderer->abandon();
-        m_renderer.reset();
-    }
+    lookpane::releaseRenderer(*this, m_renderer, context() != nullptr && isValid());
 }
 
 void GlCaptureWindow::initializeGL()
