@@ -13,15 +13,25 @@ namespace lookpane {
 
 namespace {
 
-// Every texture of the picture stores the frame's BGRA bytes as RGBA (the fast upload path of
-// most drivers) and swaps red and blue back when sampled. Captured pictures are opaque, but an
-// X image of depth 24 leaves its fourth byte undefined, so alpha reads as one.
-void setPictureSwizzle(QOpenGLExtraFunctions &gl)
+// How the frame's BGRA bytes are stored. Desktop OpenGL keeps them as they are (BGRA as
+// 8-8-8-8-reversed words, the layout of the frame and of the window's own buffer): the upload
+// is a plain copy, and a software rasteriser can then fill a rectangle of the picture on its
+// fast linear path. OpenGL ES 3.0 has no BGRA: the bytes go in as RGBA and red and blue are
+// swapped back when sampled.
+struct PixelLayout
 {
-    gl.glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_SWIZZLE_R, GL_BLUE);
-    gl.glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_SWIZZLE_G, GL_GREEN);
-    gl.glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_SWIZZLE_B, GL_RED);
-    gl.glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_SWIZZLE_A, GL_ONE);
+    GLenum internalFormat;
+    GLenum format;
+    GLenum type;
+    bool swapRedBlue;
+};
+
+PixelLayout pixelLayout(bool gles)
+{
+    if (gles) {
+        return {GL_RGBA8, GL_RGBA, GL_UNSIGNED_BYTE, true};
+    }
+    return {GL_RGBA, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, false};
 }
 
 GLuint compileShader(QOpenGLExtraFunctions &gl, GLenum type, const QByteArray &source,
@@ -104,14 +114,15 @@ CaptureRenderer::~CaptureRenderer()
     const GLuint textures[] = {m_plainTexture, m_reducedTexture};
     glDeleteTextures(2, textures);
     glDeleteFramebuffers(1, &m_reducedFramebuffer);
-    const GLuint samplers[] = {m_plainSampler, m_blurSampler, m_presentSampler};
-    glDeleteSamplers(3, samplers);
+    const GLuint samplers[] = {m_plainSampler, m_presentSampler};
+    glDeleteSamplers(2, samplers);
     glDeleteBuffers(1, &m_effectsBuffer);
     glDeleteVertexArrays(1, &m_vertexArray);
     for (const GLuint program : m_capturePrograms) {
         glDeleteProgram(program);
     }
     glDeleteProgram(m_presentProgram);
+    glDeleteProgram(m_halveProgram);
 }
 
 bool CaptureRenderer::initialize()
@@ -130,6 +141,11 @@ bool CaptureRenderer::initialize()
         return false;
     }
     initializeOpenGLFunctions();
+    const PixelLayout layout = pixelLayout(gles);
+    m_internalFormat = layout.internalFormat;
+    m_pixelFormat = layout.format;
+    m_pixelType = layout.type;
+    m_swapRedBlue = layout.swapRedBlue;
 
     const auto fail = [this] {
         for (GLuint &program : m_capturePrograms) {
@@ -138,14 +154,17 @@ bool CaptureRenderer::initialize()
         }
         glDeleteProgram(m_presentProgram);
         m_presentProgram = 0;
+        glDeleteProgram(m_halveProgram);
+        m_halveProgram = 0;
         return false;
     };
-    for (int slot = 0; slot < 4; ++slot) {
-        // Slots 0 to 2 serve one state each; slot 3 reads the state from the effects vector.
-        const int fixedState = slot < 3 ? slot : -1;
+    for (int slot = 0; slot < 5; ++slot) {
+        // Slots 0 to 2 serve one state each; slot 3 reads the state from the effects vector;
+        // slot 4 is the unblurred picture for a target without alpha.
+        const int fixedState = slot < 3 ? slot : (slot == 4 ? 0 : -1);
         const GLuint program =
-            linkProgram(*this, captureVertexShader(gles), captureFragmentShader(gles, fixedState),
-                        m_failureReason);
+            linkProgram(*this, captureVertexShader(gles),
+                        captureFragmentShader(gles, fixedState, slot == 4), m_failureReason);
         if (program == 0) {
             return fail();
         }
@@ -160,7 +179,8 @@ bool CaptureRenderer::initialize()
         }
         glUseProgram(program);
         glUniform1i(glGetUniformLocation(program, "plainSource"), 0);
-        glUniform1i(glGetUniformLocation(program, "blurSource"), 1);
+        glUniform1i(glGetUniformLocation(program, "blurLower"), 1);
+        glUniform1i(glGetUniformLocation(program, "blurUpper"), 2);
     }
     m_presentProgram =
         linkProgram(*this, presentVertexShader(gles), presentFragmentShader(gles), m_failureReason);
@@ -169,6 +189,14 @@ bool CaptureRenderer::initialize()
     }
     glUseProgram(m_presentProgram);
     glUniform1i(glGetUniformLocation(m_presentProgram, "reduced"), 0);
+    m_halveProgram =
+        linkProgram(*this, presentVertexShader(gles), halveFragmentShader(gles), m_failureReason);
+    if (m_halveProgram == 0) {
+        return fail();
+    }
+    glUseProgram(m_halveProgram);
+    glUniform1i(glGetUniformLocation(m_halveProgram, "reduced"), 0);
+    glUniform2f(glGetUniformLocation(m_halveProgram, "shift"), 0.0f, 0.0f);
     glUseProgram(0);
 
     glGenVertexArrays(1, &m_vertexArray);
@@ -178,7 +206,6 @@ bool CaptureRenderer::initialize()
     glBindBuffer(GL_UNIFORM_BUFFER, 0);
 
     m_plainSampler = makeSampler(*this, GL_LINEAR);
-    m_blurSampler = makeSampler(*this, GL_LINEAR_MIPMAP_LINEAR);
     m_presentSampler = makeSampler(*this, GL_LINEAR);
     m_initialized = true;
     return true;
@@ -190,6 +217,20 @@ void CaptureRenderer::setFrame(const CapturedFrame &frame)
     ++m_frameGeneration;
 }
 
+void CaptureRenderer::allocateLevel(int level, QSize size)
+{
+    glTexImage2D(GL_TEXTURE_2D, level, static_cast<GLint>(m_internalFormat), size.width(),
+                 size.height(), 0, m_pixelFormat, m_pixelType, nullptr);
+}
+
+void CaptureRenderer::setPictureSwizzle()
+{
+    if (m_swapRedBlue) {
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_SWIZZLE_R, GL_BLUE);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_SWIZZLE_B, GL_RED);
+    }
+}
+
 void CaptureRenderer::uploadPixels(GLuint texture)
 {
     glBindTexture(GL_TEXTURE_2D, texture);
@@ -198,13 +239,13 @@ void CaptureRenderer::uploadPixels(GLuint texture)
     if (m_frame.bytesPerRow() % 4 == 0) {
         glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
         glPixelStorei(GL_UNPACK_ROW_LENGTH, m_frame.bytesPerRow() / 4);
-        glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, width, height, GL_RGBA, GL_UNSIGNED_BYTE,
+        glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, width, height, m_pixelFormat, m_pixelType,
                         m_frame.pixels());
         glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
     } else {
         glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
         for (int y = 0; y < height; ++y) {
-            glTexSubImage2D(GL_TEXTURE_2D, 0, 0, y, width, 1, GL_RGBA, GL_UNSIGNED_BYTE,
+            glTexSubImage2D(GL_TEXTURE_2D, 0, 0, y, width, 1, m_pixelFormat, m_pixelType,
                             m_frame.pixels() +
                                 static_cast<std::ptrdiff_t>(y) * m_frame.bytesPerRow());
         }
@@ -222,15 +263,14 @@ bool CaptureRenderer::uploadPlain()
         glBindTexture(GL_TEXTURE_2D, m_plainTexture);
         while (glGetError() != GL_NO_ERROR) {
         }
-        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, size.width(), size.height(), 0, GL_RGBA,
-                     GL_UNSIGNED_BYTE, nullptr);
+        allocateLevel(0, size);
         if (glGetError() != GL_NO_ERROR) {
             m_plainSize = QSize();
             return false;
         }
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_BASE_LEVEL, 0);
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAX_LEVEL, 0);
-        setPictureSwizzle(*this);
+        setPictureSwizzle();
         m_plainSize = size;
         m_plainGeneration = 0;
     }
@@ -243,13 +283,15 @@ bool CaptureRenderer::uploadPlain()
 
 void CaptureRenderer::releaseMipChain()
 {
-    if (m_mipTexture != 0) {
-        glDeleteTextures(1, &m_mipTexture);
+    for (const MipLevel &level : m_mipChain) {
+        glDeleteFramebuffers(1, &level.framebuffer);
+        glDeleteTextures(1, &level.texture);
     }
-    m_mipTexture = 0;
+    m_mipChain.clear();
     m_mipSize = QSize();
     m_mipLevels = 0;
     m_mipGeneration = 0;
+    m_mipLevelsReady = 0;
 }
 
 void CaptureRenderer::setMaximumMipChainSide(int pixels)
@@ -262,7 +304,7 @@ void CaptureRenderer::setMaximumMipChainSide(int pixels)
 
 bool CaptureRenderer::ensureMipChain(QSize size)
 {
-    if (m_mipTexture != 0 && m_mipSize == size && !m_mipChainLimitChanged) {
+    if (m_mipLevels > 0 && m_mipSize == size && !m_mipChainLimitChanged) {
         return true;
     }
     releaseMipChain();
@@ -278,20 +320,26 @@ bool CaptureRenderer::ensureMipChain(QSize size)
     while (glGetError() != GL_NO_ERROR) {
     }
     const int levels = mipLevelCount(size.width(), size.height());
-    glGenTextures(1, &m_mipTexture);
-    glBindTexture(GL_TEXTURE_2D, m_mipTexture);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_BASE_LEVEL, 0);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAX_LEVEL, levels - 1);
-    setPictureSwizzle(*this);
-    int width = size.width();
-    int height = size.height();
-    for (int level = 0; level < levels; ++level) {
-        glTexImage2D(GL_TEXTURE_2D, level, GL_RGBA8, width, height, 0, GL_RGBA, GL_UNSIGNED_BYTE,
-                     nullptr);
-        width = std::max(1, width / 2);
-        height = std::max(1, height / 2);
+    QSize levelSize = size;
+    bool complete = true;
+    for (int level = 1; level < levels && complete; ++level) {
+        levelSize = QSize(std::max(1, levelSize.width() / 2), std::max(1, levelSize.height() / 2));
+        MipLevel made;
+        made.size = levelSize;
+        glGenTextures(1, &made.texture);
+        glBindTexture(GL_TEXTURE_2D, made.texture);
+        allocateLevel(0, levelSize);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAX_LEVEL, 0);
+        setPictureSwizzle();
+        glGenFramebuffers(1, &made.framebuffer);
+        glBindFramebuffer(GL_FRAMEBUFFER, made.framebuffer);
+        glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, made.texture,
+                               0);
+        complete = glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
+        m_mipChain.push_back(made);
     }
-    if (glGetError() != GL_NO_ERROR) {
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+    if (!complete || glGetError() != GL_NO_ERROR) {
         releaseMipChain();
         return false;
     }
@@ -301,22 +349,40 @@ bool CaptureRenderer::ensureMipChain(QSize size)
     return true;
 }
 
-bool CaptureRenderer::uploadMipChain()
+GLuint CaptureRenderer::mipTexture(int level) const
 {
-    if (!ensureMipChain(QSize(m_frame.width(), m_frame.height()))) {
+    return level == 0 ? m_plainTexture : m_mipChain[static_cast<std::size_t>(level - 1)].texture;
+}
+
+bool CaptureRenderer::prepareMipChain(int highestLevel)
+{
+    if (!uploadPlain() || !ensureMipChain(QSize(m_frame.width(), m_frame.height()))) {
         return false;
     }
     if (m_mipGeneration != m_frameGeneration) {
-        while (glGetError() != GL_NO_ERROR) {
-        }
-        uploadPixels(m_mipTexture);
-        glGenerateMipmap(GL_TEXTURE_2D);
-        if (glGetError() != GL_NO_ERROR) {
-            releaseMipChain();
-            return false;
-        }
         m_mipGeneration = m_frameGeneration;
+        m_mipLevelsReady = 1;
     }
+    highestLevel = std::min(highestLevel, m_mipLevels - 1);
+    if (m_mipLevelsReady > highestLevel) {
+        return true;
+    }
+    // Each level is the one below it halved: one linearly filtered sample between four texels
+    // is their mean. Only the levels the blur reads are made. The first, by far the largest,
+    // is a plain rectangle fill, which a software rasteriser does on its fast path, rounding
+    // down; the others take the general path, which rounds up by about as much, so the
+    // chain's mean stays within a level of the picture's.
+    glActiveTexture(GL_TEXTURE0);
+    glBindSampler(0, m_presentSampler);
+    for (int level = m_mipLevelsReady; level <= highestLevel; ++level) {
+        glUseProgram(level == 1 ? m_presentProgram : m_halveProgram);
+        const MipLevel &target = m_mipChain[static_cast<std::size_t>(level - 1)];
+        glBindFramebuffer(GL_FRAMEBUFFER, target.framebuffer);
+        glViewport(0, 0, target.size.width(), target.size.height());
+        glBindTexture(GL_TEXTURE_2D, mipTexture(level - 1));
+        drawStrip();
+    }
+    m_mipLevelsReady = highestLevel + 1;
     return true;
 }
 
@@ -330,8 +396,8 @@ bool CaptureRenderer::ensureReducedTarget(QSize size)
         glGenFramebuffers(1, &m_reducedFramebuffer);
     }
     glBindTexture(GL_TEXTURE_2D, m_reducedTexture);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, size.width(), size.height(), 0, GL_RGBA,
-                 GL_UNSIGNED_BYTE, nullptr);
+    // Stored like the picture, so that stretching it is a plain rectangle fill too.
+    allocateLevel(0, size);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAX_LEVEL, 0);
     glBindFramebuffer(GL_FRAMEBUFFER, m_reducedFramebuffer);
     glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, m_reducedTexture,
@@ -341,10 +407,20 @@ bool CaptureRenderer::ensureReducedTarget(QSize size)
     return complete;
 }
 
+bool CaptureRenderer::targetKeepsAlpha(GLuint framebuffer)
+{
+    // Bound by draw(); a window's own buffer is asked for by its back buffer.
+    GLint alphaBits = 8;
+    const GLenum attachment = framebuffer == 0 ? GL_BACK : GL_COLOR_ATTACHMENT0;
+    glGetFramebufferAttachmentParameteriv(GL_FRAMEBUFFER, attachment,
+                                          GL_FRAMEBUFFER_ATTACHMENT_ALPHA_SIZE, &alphaBits);
+    return alphaBits > 0;
+}
+
 void CaptureRenderer::drawStrip()
 {
     glBindVertexArray(m_vertexArray);
-    glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
+    glDrawArrays(GL_TRIANGLES, 0, 6);
     glBindVertexArray(0);
 }
 
@@ -364,22 +440,33 @@ DrawResult CaptureRenderer::draw(GLuint framebuffer, QSize viewportPixels,
     }
 
     BlurState state = BlurState::none;
+    BlurSampling sampling{0.0f, 0.0f};
     if (settings.blurEnabled) {
-        state = uploadMipChain() ? BlurState::blur : BlurState::failSafe;
+        // The level and spacing follow the chain the picture would have; when that chain
+        // cannot be built, the picture is not shown at all.
+        const int levels = mipLevelCount(m_frame.width(), m_frame.height());
+        sampling =
+            blurSampling(settings.blurBlockPoints, settings.captureScale, m_frame.width(), levels);
+        const int upper = static_cast<int>(std::ceil(sampling.level));
+        if (prepareMipChain(upper)) {
+            state = BlurState::blur;
+        } else {
+            state = BlurState::failSafe;
+            sampling =
+                blurSampling(settings.blurBlockPoints, settings.captureScale, m_frame.width(), 1);
+        }
+        glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
+        glViewport(0, 0, viewportPixels.width(), viewportPixels.height());
     } else if (!uploadPlain()) {
         // The picture does not fit a texture here: nothing of it can be shown.
         glClearColor(0.0f, 0.0f, 0.0f, 1.0f);
         glClear(GL_COLOR_BUFFER_BIT);
         return result;
+    } else {
+        sampling =
+            blurSampling(settings.blurBlockPoints, settings.captureScale, m_frame.width(), 1);
     }
 
-    // The bound texture: the chain when blurring; otherwise the plain copy (also in the
-    // fail-safe state, where the fragment stage never reads it).
-    const GLuint bound = state == BlurState::blur ? m_mipTexture : m_plainTexture;
-    const int boundWidth = state == BlurState::blur ? m_mipSize.width() : m_frame.width();
-    const int boundLevels = state == BlurState::blur ? m_mipLevels : 1;
-    const BlurSampling sampling =
-        blurSampling(settings.blurBlockPoints, settings.captureScale, boundWidth, boundLevels);
     const float effects[4] = {static_cast<float>(static_cast<int>(state)), sampling.level,
                               sampling.spacing, 0.0f};
     glBindBuffer(GL_UNIFORM_BUFFER, m_effectsBuffer);
@@ -387,12 +474,23 @@ DrawResult CaptureRenderer::draw(GLuint framebuffer, QSize viewportPixels,
     glBindBuffer(GL_UNIFORM_BUFFER, 0);
     glBindBufferBase(GL_UNIFORM_BUFFER, 0, m_effectsBuffer);
 
-    glActiveTexture(GL_TEXTURE0);
-    glBindTexture(GL_TEXTURE_2D, bound);
-    glBindSampler(0, m_plainSampler);
-    glActiveTexture(GL_TEXTURE1);
-    glBindTexture(GL_TEXTURE_2D, bound);
-    glBindSampler(1, m_blurSampler);
+    // Unit 0: the picture itself. Units 1 and 2: the two levels of the chain the blur blends
+    // between (trilinear filtering, spelled out), the same one where the level is whole or the
+    // chain ends. In the fail-safe state nothing is read.
+    GLuint lower = m_plainTexture;
+    GLuint upper = m_plainTexture;
+    if (state == BlurState::blur) {
+        const int below =
+            std::clamp(static_cast<int>(std::floor(sampling.level)), 0, m_mipLevels - 1);
+        lower = mipTexture(below);
+        upper = mipTexture(std::min(below + 1, m_mipLevels - 1));
+    }
+    const GLuint units[3] = {m_plainTexture, lower, upper};
+    for (GLuint unit = 0; unit < 3; ++unit) {
+        glActiveTexture(GL_TEXTURE0 + unit);
+        glBindTexture(GL_TEXTURE_2D, units[unit]);
+        glBindSampler(unit, m_plainSampler);
+    }
     glActiveTexture(GL_TEXTURE0);
 
     result.drewPicture = true;
@@ -412,7 +510,12 @@ DrawResult CaptureRenderer::draw(GLuint framebuffer, QSize viewportPixels,
         }
     }
 
-    glUseProgram(m_capturePrograms[settings.stateSpecificProgram ? static_cast<int>(state) : 3]);
+    int slot = settings.stateSpecificProgram ? static_cast<int>(state) : 3;
+    if (state == BlurState::none && settings.stateSpecificProgram &&
+        !targetKeepsAlpha(framebuffer)) {
+        slot = 4;
+    }
+    glUseProgram(m_capturePrograms[slot]);
     if (reduced.isEmpty()) {
         drawStrip();
     } else {
@@ -428,12 +531,12 @@ DrawResult CaptureRenderer::draw(GLuint framebuffer, QSize viewportPixels,
         result.reducedSize = reduced;
     }
     glUseProgram(0);
-    glBindSampler(0, 0);
-    glBindSampler(1, 0);
-    glActiveTexture(GL_TEXTURE1);
-    glBindTexture(GL_TEXTURE_2D, 0);
+    for (GLuint unit = 0; unit < 3; ++unit) {
+        glActiveTexture(GL_TEXTURE0 + unit);
+        glBindTexture(GL_TEXTURE_2D, 0);
+        glBindSampler(unit, 0);
+    }
     glActiveTexture(GL_TEXTURE0);
-    glBindTexture(GL_TEXTURE_2D, 0);
     return result;
 }
 

@@ -10,6 +10,7 @@
 #include <QVector4D>
 
 #include <cstdint>
+#include <vector>
 
 namespace lookpane {
 
@@ -74,7 +75,7 @@ public:
 
     // A mip chain for a picture wider or taller than this is not built (0: the GL limit).
     void setMaximumMipChainSide(int pixels);
-    bool hasMipChain() const { return m_mipTexture != 0; }
+    bool hasMipChain() const { return m_mipLevels > 0; }
     int mipLevels() const { return m_mipLevels; }
     // How many times a mip chain was allocated (it is reused while the picture size holds).
     int mipChainBuilds() const { return m_mipChainBuilds; }
@@ -91,24 +92,34 @@ public:
 
 private:
     bool uploadPlain();
-    bool uploadMipChain();
+    // Uploads the picture and makes the chain's levels up to `highestLevel` from it.
+    bool prepareMipChain(int highestLevel);
     bool ensureMipChain(QSize size);
+    GLuint mipTexture(int level) const;
     void releaseMipChain();
     bool ensureReducedTarget(QSize size);
+    void allocateLevel(int level, QSize size);
+    void setPictureSwizzle();
     void uploadPixels(GLuint texture);
     void drawStrip();
+    bool targetKeepsAlpha(GLuint framebuffer);
 
     QString m_failureReason;
     bool m_initialized = false;
-    // The picture program built once per blur state (none, blur, fail-safe), then once reading
-    // the state from the effects vector.
-    GLuint m_capturePrograms[4] = {0, 0, 0, 0};
+    // The picture program built once per blur state (none, blur, fail-safe), once reading the
+    // state from the effects vector, and once more for the unblurred picture into a target
+    // without alpha.
+    GLuint m_capturePrograms[5] = {0, 0, 0, 0, 0};
     GLuint m_presentProgram = 0;
+    GLuint m_halveProgram = 0;
     GLuint m_vertexArray = 0;
     GLuint m_effectsBuffer = 0;
     GLuint m_plainSampler = 0;
-    GLuint m_blurSampler = 0;
     GLuint m_presentSampler = 0;
+    GLenum m_internalFormat = 0;
+    GLenum m_pixelFormat = 0;
+    GLenum m_pixelType = 0;
+    bool m_swapRedBlue = false;
 
     CapturedFrame m_frame;
     std::uint64_t m_frameGeneration = 0;
@@ -117,10 +128,19 @@ private:
     QSize m_plainSize;
     std::uint64_t m_plainGeneration = 0;
 
-    GLuint m_mipTexture = 0;
+    // The chain above level 0 (the plain texture), one texture and framebuffer per level, so
+    // that each level is drawn from the one below it as a plain rectangle.
+    struct MipLevel
+    {
+        GLuint texture = 0;
+        GLuint framebuffer = 0;
+        QSize size;
+    };
+    std::vector<MipLevel> m_mipChain;
     QSize m_mipSize;
     int m_mipLevels = 0;
     std::uint64_t m_mipGeneration = 0;
+    int m_mipLevelsReady = 0;
     int m_maximumMipChainSide = 0;
     int m_mipChainBuilds = 0;
     bool m_mipChainLimitChanged = false;

@@ -13,18 +13,20 @@ QByteArray header(bool gles, bool fragment)
                     : QByteArrayLiteral("#version 300 es\n");
 }
 
-// No vertex buffer: the vertex index alone picks a corner of the full-view strip. Texture v
-// grows downwards while clip y grows upwards, so the picture stands upright.
+// No vertex buffer: the vertex index alone picks a corner of the two triangles that cover the
+// view (drawn as plain triangles, not a strip: software rasterisers recognise such a pair as a
+// rectangle and fill it on a much faster path). Texture v grows downwards while clip y grows
+// upwards, so the picture stands upright.
 constexpr char captureVertexBody[] = R"(
 struct VertexOut {
     vec4 position;
     vec2 texCoord;
 };
 
-const vec2 lookpanePositions[4] = vec2[4](vec2(-1.0, -1.0), vec2(1.0, -1.0),
-                                          vec2(-1.0, 1.0), vec2(1.0, 1.0));
-const vec2 lookpaneTexCoords[4] = vec2[4](vec2(0.0, 1.0), vec2(1.0, 1.0),
-                                          vec2(0.0, 0.0), vec2(1.0, 0.0));
+const vec2 lookpanePositions[6] = vec2[6](vec2(-1.0, -1.0), vec2(1.0, -1.0), vec2(-1.0, 1.0),
+                                          vec2(-1.0, 1.0), vec2(1.0, -1.0), vec2(1.0, 1.0));
+const vec2 lookpaneTexCoords[6] = vec2[6](vec2(0.0, 1.0), vec2(1.0, 1.0), vec2(0.0, 0.0),
+                                          vec2(0.0, 0.0), vec2(1.0, 1.0), vec2(1.0, 0.0));
 
 out vec2 texCoord;
 
@@ -44,15 +46,17 @@ void main()
 }
 )";
 
-// Two samplers over the same picture: `plainSource` filters linearly inside level 0,
-// `blurSource` also between mip levels (trilinear). Both clamp to the edge.
+// `plainSource` is the picture; `blurLower` and `blurUpper` are the two levels of its mip chain
+// around the blur level (the same level when it is whole), blended by the level's fraction as
+// trilinear filtering would. All filter linearly and clamp to the edge.
 constexpr char captureFragmentBody[] = R"(
 layout(std140) uniform Effects {
     vec4 params;
 };
 
 uniform sampler2D plainSource;
-uniform sampler2D blurSource;
+uniform sampler2D blurLower;
+uniform sampler2D blurUpper;
 
 in vec2 texCoord;
 out vec4 fragColor;
@@ -67,23 +71,40 @@ vec4 lookpaneFragment(vec2 coord)
 #else
     float state = params.x;
 #endif
+    // Captured pictures are opaque, but an X image of depth 24 leaves its fourth byte
+    // undefined: alpha is written as one, except into a target that keeps no alpha, where the
+    // plain copy is what a software rasteriser fills fastest.
     if (state < 0.5) {
+#ifdef LOOKPANE_OPAQUE_TARGET
         return texture(plainSource, coord);
+#else
+        return vec4(texture(plainSource, coord).rgb, 1.0);
+#endif
     }
     if (state > 1.5) {
         // The chain could not be built: show none of the picture rather than a clear one.
         return vec4(0.04, 0.04, 0.05, 1.0);
     }
-    float lod = params.y;
+    float between = fract(params.y);
     float tapStep = params.z;
     mediump vec4 sum = vec4(0.0);
-    for (int row = -1; row <= 1; ++row) {
-        for (int column = -1; column <= 1; ++column) {
-            vec2 tap = clamp(coord + vec2(float(column), float(row)) * tapStep, 0.0, 1.0);
-            sum += textureLod(blurSource, tap, lod);
+    // The same for every pixel, so only one side runs: a whole level reads one level only.
+    if (between > 0.0) {
+        for (int row = -1; row <= 1; ++row) {
+            for (int column = -1; column <= 1; ++column) {
+                vec2 tap = clamp(coord + vec2(float(column), float(row)) * tapStep, 0.0, 1.0);
+                sum += mix(texture(blurLower, tap), texture(blurUpper, tap), between);
+            }
+        }
+    } else {
+        for (int row = -1; row <= 1; ++row) {
+            for (int column = -1; column <= 1; ++column) {
+                vec2 tap = clamp(coord + vec2(float(column), float(row)) * tapStep, 0.0, 1.0);
+                sum += texture(blurLower, tap);
+            }
         }
     }
-    return sum / 9.0;
+    return vec4(sum.rgb / 9.0, 1.0);
 }
 
 void main()
@@ -95,8 +116,8 @@ void main()
 // The reduced target was drawn with the picture's top at its last row (GL's bottom-up
 // framebuffer), so here v follows clip y.
 constexpr char presentVertexBody[] = R"(
-const vec2 presentPositions[4] = vec2[4](vec2(-1.0, -1.0), vec2(1.0, -1.0),
-                                         vec2(-1.0, 1.0), vec2(1.0, 1.0));
+const vec2 presentPositions[6] = vec2[6](vec2(-1.0, -1.0), vec2(1.0, -1.0), vec2(-1.0, 1.0),
+                                         vec2(-1.0, 1.0), vec2(1.0, -1.0), vec2(1.0, 1.0));
 out vec2 texCoord;
 
 void main()
@@ -107,6 +128,8 @@ void main()
 }
 )";
 
+// Also halves each level of the mip chain into the next. What it reads has alpha one (the
+// blur pass writes it) or alpha that nothing reads (the chain's levels).
 constexpr char presentFragmentBody[] = R"(
 uniform sampler2D reduced;
 in vec2 texCoord;
@@ -114,7 +137,22 @@ out vec4 fragColor;
 
 void main()
 {
-    fragColor = vec4(texture(reduced, texCoord).rgb, 1.0);
+    fragColor = texture(reduced, texCoord);
+}
+)";
+
+// Halves a level of the mip chain into the next through the general texture path: the shift
+// (always zero) keeps the coordinates from being plain interpolated inputs, which software
+// rasterisers would otherwise fill on their fast path, rounding down at every level.
+constexpr char halveFragmentBody[] = R"(
+uniform sampler2D reduced;
+uniform vec2 shift;
+in vec2 texCoord;
+out vec4 fragColor;
+
+void main()
+{
+    fragColor = texture(reduced, texCoord + shift);
 }
 )";
 
@@ -125,9 +163,12 @@ QByteArray captureVertexShader(bool gles)
     return header(gles, false) + captureVertexBody;
 }
 
-QByteArray captureFragmentShader(bool gles, int fixedState)
+QByteArray captureFragmentShader(bool gles, int fixedState, bool opaqueTarget)
 {
     QByteArray source = header(gles, true);
+    if (opaqueTarget) {
+        source += "#define LOOKPANE_OPAQUE_TARGET 1\n";
+    }
     if (fixedState >= 0) {
         source += "#define LOOKPANE_FIXED_STATE " + QByteArray::number(fixedState) + ".0\n";
     }
@@ -142,6 +183,11 @@ QByteArray presentVertexShader(bool gles)
 QByteArray presentFragmentShader(bool gles)
 {
     return header(gles, true) + presentFragmentBody;
+}
+
+QByteArray halveFragmentShader(bool gles)
+{
+    return header(gles, true) + halveFragmentBody;
 }
 
 } // namespace lookpane

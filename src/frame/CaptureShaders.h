@@ -12,11 +12,16 @@ namespace lookpane {
 // `Effects { vec4 params; }` (x: blur state 0 / 1 / 2, y: mip level, z: tap spacing, w: 0).
 QByteArray captureVertexShader(bool gles);
 // With `fixedState` 0, 1 or 2 the program is built for that blur state alone (it must then
-// only draw with that value in params.x); -1 reads the state from params.x.
-QByteArray captureFragmentShader(bool gles, int fixedState = -1);
+// only draw with that value in params.x); -1 reads the state from params.x. With
+// `opaqueTarget` the unblurred picture is copied with whatever alpha it has, for a target
+// that keeps none.
+QByteArray captureFragmentShader(bool gles, int fixedState = -1, bool opaqueTarget = false);
 
 // Stretches a reduced-size blur target over the whole view with linear filtering.
 QByteArray presentVertexShader(bool gles);
 QByteArray presentFragmentShader(bool gles);
+// The same stretch, kept off software rasterisers' fast path (see the source), for the
+// smaller levels of the mip chain. Uses the present vertex shader.
+QByteArray halveFragmentShader(bool gles);
 
 } // namespace lookpane
