@@ -4,18 +4,15 @@
 
 #include <QOpenGLContext>
 #include <QOpenGLFunctions>
-#include <QPainter>
 #include <QTimer>
 
 namespace lookpane {
 
 GlCaptureWindow::GlCaptureWindow() : QOpenGLWindow(QOpenGLWindow::NoPartialUpdate)
 {
-    QSurfaceFormat format = GlCaptureView::surfaceFormat();
-    // The painter fills curved and self-overlapping shapes (the outline, marks) through the
-    // stencil buffer; without one they cover their whole bounding area.
-    format.setStencilBufferSize(8);
-    setFormat(format);
+    // No depth or stencil buffer: what lies above the picture is painted on the CPU (see
+    // OverlayLayer), and without them a software rasteriser fills the picture on its fast path.
+    setFormat(GlCaptureView::surfaceFormat());
     setFlag(Qt::WindowTransparentForInput);
 }
 
@@ -26,7 +23,16 @@ GlCaptureWindow::~GlCaptureWindow()
 
 void GlCaptureWindow::releaseRenderer()
 {
-    lookpane::releaseRenderer(*this, m_renderer, context() != nullptr && isValid());
+    const bool contextAlive = context() != nullptr && isValid();
+    if (m_overlay && contextAlive) {
+        makeCurrent();
+        m_overlay.reset();
+        doneCurrent();
+    } else if (m_overlay) {
+        m_overlay->abandon();
+        m_overlay.reset();
+    }
+    lookpane::releaseRenderer(*this, m_renderer, contextAlive);
 }
 
 void GlCaptureWindow::initializeGL()
@@ -34,7 +40,8 @@ void GlCaptureWindow::initializeGL()
     connect(context(), &QOpenGLContext::aboutToBeDestroyed, this, &GlCaptureWindow::releaseRenderer,
             Qt::UniqueConnection);
     auto renderer = std::make_unique<CaptureRenderer>();
-    if (!renderer->initialize()) {
+    auto overlay = std::make_unique<OverlayLayer>();
+    if (!renderer->initialize() || !overlay->initialize()) {
         if (!m_unavailable) {
             m_unavailable = true;
             // Not from inside Qt's GL set-up: the owner may hide or replace this window.
@@ -49,6 +56,8 @@ void GlCaptureWindow::initializeGL()
     renderer->setMaximumMipChainSide(m_maximumMipChainSide);
     renderer->setFrame(m_frame);
     m_renderer = std::move(renderer);
+    overlay->setPainter(m_overlayPainter);
+    m_overlay = std::move(overlay);
     m_hasRenderedFrame = false;
 }
 
@@ -62,12 +71,6 @@ void GlCaptureWindow::paintGL()
     // Every paint draws the whole picture: a native window keeps no composed copy to show.
     ++m_drawCount;
     QOpenGLFunctions *gl = context()->functions();
-    // The marks' painter leaves its own state behind; the picture needs none of it.
-    gl->glDisable(GL_BLEND);
-    gl->glDisable(GL_SCISSOR_TEST);
-    gl->glDisable(GL_DEPTH_TEST);
-    gl->glDisable(GL_STENCIL_TEST);
-    gl->glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
     const QSize pixels = size() * devicePixelRatio();
     if (!m_renderer) {
         gl->glClearColor(0.0f, 0.0f, 0.0f, 1.0f);
@@ -77,16 +80,15 @@ void GlCaptureWindow::paintGL()
     }
     m_lastDraw = m_renderer->draw(defaultFramebufferObject(), pixels, m_settings);
     m_hasRenderedFrame = m_lastDraw.drewPicture;
-    paintOverlay();
+    m_overlay->draw(defaultFramebufferObject(), pixels, devicePixelRatio());
 }
 
-void GlCaptureWindow::paintOverlay()
+void GlCaptureWindow::updateOverlay()
 {
-    if (!m_overlayPainter) {
-        return;
+    if (m_overlay) {
+        m_overlay->invalidate();
     }
-    QPainter painter(this);
-    m_overlayPainter(painter, QSizeF(size()));
+    update();
 }
 
 void GlCaptureWindow::requestDraw()
@@ -122,7 +124,10 @@ void GlCaptureWindow::setMaximumMipChainSide(int pixels)
 
 void GlCaptureWindow::setOverlayPainter(std::function<void(QPainter &, QSizeF)> painter)
 {
-    m_overlayPainter = std::move(painter);
+    m_overlayPainter = painter;
+    if (m_overlay) {
+        m_overlay->setPainter(std::move(painter));
+    }
     update();
 }
 

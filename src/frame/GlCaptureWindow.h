@@ -2,6 +2,7 @@
 
 #include "capture/CapturedFrame.h"
 #include "frame/CaptureRenderer.h"
+#include "frame/OverlayLayer.h"
 
 #include <QOpenGLWindow>
 
@@ -13,7 +14,7 @@ class QPainter;
 namespace lookpane {
 
 // The capture picture drawn straight into a native OpenGL window of its own, with what
-// belongs above it (the outline, the annotation marks) painted over it in the same pass. A
+// belongs above it (the outline, the annotation marks) laid over it in the same pass. A
 // QOpenGLWidget is drawn into a texture and then composed into its top-level window with every
 // other widget; on a software rasteriser that composition costs more than the picture itself. The
 // window never takes input: clicks fall through to the widget that holds it.
@@ -33,7 +34,7 @@ public:
     // Paints over the picture after every draw (logical coordinates, y down); a change of
     // what it paints needs updateOverlay().
     void setOverlayPainter(std::function<void(QPainter &, QSizeF)> painter);
-    void updateOverlay() { update(); }
+    void updateOverlay();
 
     bool hasRenderedFrame() const { return m_hasRenderedFrame; }
     bool isUnavailable() const { return m_unavailable; }
@@ -49,13 +50,13 @@ protected:
 private:
     void requestDraw();
     void releaseRenderer();
-    void paintOverlay();
 
     CapturedFrame m_frame;
     RenderSettings m_settings;
     int m_maximumMipChainSide = 0;
     std::function<void(QPainter &, QSizeF)> m_overlayPainter;
     std::unique_ptr<CaptureRenderer> m_renderer;
+    std::unique_ptr<OverlayLayer> m_overlay;
     bool m_hasRenderedFrame = false;
     bool m_unavailable = false;
     int m_drawCount = 0;

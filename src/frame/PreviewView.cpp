@@ -13,15 +13,12 @@ PreviewView::PreviewView(bool showsAuthoringChrome, QWidget *parent,
                          CaptureViewFactory makeCaptureView)
     : QWidget(parent)
 {
-    // The share view draws straight into a native window, sparing its window the composition
-    // of every frame; what lies above the picture is painted in the same pass (see below).
-    // The frame's own view stays composed: drawn natively as well, it slowed the share window
-    // down (docs/benchmarks.md).
-    const GlCaptureView::Surface surface = showsAuthoringChrome
-                                               ? GlCaptureView::Surface::composed
-                                               : GlCaptureView::Surface::nativeWindow;
+    // Both views draw straight into a native window of their own, sparing their windows the
+    // composition of every frame; what lies above the picture is laid over it in the same
+    // pass (see below).
     std::unique_ptr<GlCaptureView> captureView =
-        makeCaptureView ? makeCaptureView(this) : GlCaptureView::make(this, surface);
+        makeCaptureView ? makeCaptureView(this)
+                        : GlCaptureView::make(this, GlCaptureView::Surface::nativeWindow);
     if (captureView) {
         captureView->setParent(this);
         captureView->onUnavailable = [this] { captureViewBecameUnavailable(); };

@@ -1,4 +1,4 @@
-// The share view's native capture window: where it draws, what it draws, and when.
+// The views' native capture windows: where they draw, what they draw, and when.
 #include "QtWait.h"
 #include "RenderTestSupport.h"
 #include "TestDisplay.h"
@@ -34,12 +34,6 @@ QImage solidPicture(QSize size, QColor colour)
     return image;
 }
 
-// The frame's own view drawn natively as well (its outline and marks in the GL pass).
-std::unique_ptr<GlCaptureView> nativeCaptureView(QWidget *parent)
-{
-    return GlCaptureView::make(parent, GlCaptureView::Surface::nativeWindow);
-}
-
 int pixelsNear(const QImage &image, const QRect &area, QColor colour, int tolerance)
 {
     return area.width() * area.height() - countPixelsNotNear(image, area, colour, tolerance);
@@ -47,7 +41,7 @@ int pixelsNear(const QImage &image, const QRect &area, QColor colour, int tolera
 
 } // namespace
 
-TEST(RenderCaptureWindow, TheShareViewDrawsIntoANativeWindowThatTakesNoInput)
+TEST(RenderCaptureWindow, BothViewsDrawIntoNativeWindowsThatTakeNoInput)
 {
     PreviewView share(false);
     PreviewView authoring(true);
@@ -58,9 +52,9 @@ TEST(RenderCaptureWindow, TheShareViewDrawsIntoANativeWindowThatTakesNoInput)
     EXPECT_EQ(shareCapture->surface(), GlCaptureView::Surface::nativeWindow);
     ASSERT_NE(shareCapture->nativeWindow(), nullptr);
     EXPECT_TRUE(shareCapture->nativeWindow()->flags().testFlag(Qt::WindowTransparentForInput));
-    // The frame's own view stays a composed widget.
-    EXPECT_EQ(ownCapture->surface(), GlCaptureView::Surface::composed);
-    EXPECT_EQ(ownCapture->nativeWindow(), nullptr);
+    EXPECT_EQ(ownCapture->surface(), GlCaptureView::Surface::nativeWindow);
+    ASSERT_NE(ownCapture->nativeWindow(), nullptr);
+    EXPECT_TRUE(ownCapture->nativeWindow()->flags().testFlag(Qt::WindowTransparentForInput));
 
     share.resize(320, 180);
     share.setCapturedFrame(CapturedFrame::fromImage(solidPicture({320, 180}, QColor(200, 40, 40))));
@@ -146,7 +140,7 @@ TEST(RenderCaptureWindow, AMessageHidesTheNativePictureAndTheNextPictureBringsIt
 
 TEST(RenderCaptureWindow, DrawingGesturesOverANativePictureReachTheAuthoringCanvas)
 {
-    PreviewView authoring(true, nullptr, nativeCaptureView);
+    PreviewView authoring(true);
     authoring.resize(640, 360);
     int drafts = 0;
     int commits = 0;
@@ -181,7 +175,7 @@ TEST(RenderCaptureWindow, DrawingGesturesOverANativePictureReachTheAuthoringCanv
 
 TEST(RenderCaptureWindow, TheOutlineAndItsBannerArePaintedOverANativeAuthoringPicture)
 {
-    PreviewView authoring(true, nullptr, nativeCaptureView);
+    PreviewView authoring(true);
     authoring.resize(640, 360);
     ASSERT_TRUE(showAndWait(authoring, {0, 0}));
     GlCaptureView *capture = authoring.captureView();
