@@ -111,9 +111,11 @@ CaptureRenderer::~CaptureRenderer()
         return;
     }
     releaseMipChain();
-    const GLuint textures[] = {m_plainTexture, m_reducedTexture};
-    glDeleteTextures(2, textures);
-    glDeleteFramebuffers(1, &m_reducedFramebuffer);
+    glDeleteTextures(1, &m_plainTexture);
+    releaseTarget(m_reduced);
+    for (Target &rows : m_rows) {
+        releaseTarget(rows);
+    }
     const GLuint samplers[] = {m_plainSampler, m_presentSampler};
     glDeleteSamplers(2, samplers);
     glDeleteBuffers(1, &m_effectsBuffer);
@@ -123,6 +125,8 @@ CaptureRenderer::~CaptureRenderer()
     }
     glDeleteProgram(m_presentProgram);
     glDeleteProgram(m_halveProgram);
+    glDeleteProgram(m_blurRowsProgram);
+    glDeleteProgram(m_blurColumnsProgram);
 }
 
 bool CaptureRenderer::initialize()
@@ -154,8 +158,10 @@ bool CaptureRenderer::initialize()
         }
         glDeleteProgram(m_presentProgram);
         m_presentProgram = 0;
-        glDeleteProgram(m_halveProgram);
-        m_halveProgram = 0;
+        for (GLuint *program : {&m_halveProgram, &m_blurRowsProgram, &m_blurColumnsProgram}) {
+            glDeleteProgram(*program);
+            *program = 0;
+        }
         return false;
     };
     for (int slot = 0; slot < 5; ++slot) {
@@ -191,9 +197,22 @@ bool CaptureRenderer::initialize()
     glUniform1i(glGetUniformLocation(m_presentProgram, "reduced"), 0);
     m_halveProgram =
         linkProgram(*this, presentVertexShader(gles), halveFragmentShader(gles), m_failureReason);
-    if (m_halveProgram == 0) {
+    m_blurRowsProgram = linkProgram(*this, presentVertexShader(gles), blurRowsFragmentShader(gles),
+                                    m_failureReason);
+    // Written like the picture program's own reduced draw (the picture's top in the last row),
+    // which the present pass expects.
+    m_blurColumnsProgram = linkProgram(*this, captureVertexShader(gles),
+                                       blurColumnsFragmentShader(gles), m_failureReason);
+    if (m_halveProgram == 0 || m_blurRowsProgram == 0 || m_blurColumnsProgram == 0) {
         return fail();
     }
+    glUseProgram(m_blurRowsProgram);
+    glUniform1i(glGetUniformLocation(m_blurRowsProgram, "level"), 0);
+    m_rowsTapStepLocation = glGetUniformLocation(m_blurRowsProgram, "tapStep");
+    glUseProgram(m_blurColumnsProgram);
+    glUniform1i(glGetUniformLocation(m_blurColumnsProgram, "rowsLower"), 0);
+    glUniform1i(glGetUniformLocation(m_blurColumnsProgram, "rowsUpper"), 1);
+    m_columnsParamsLocation = glGetUniformLocation(m_blurColumnsProgram, "params");
     glUseProgram(m_halveProgram);
     glUniform1i(glGetUniformLocation(m_halveProgram, "reduced"), 0);
     glUniform2f(glGetUniformLocation(m_halveProgram, "shift"), 0.0f, 0.0f);
@@ -283,9 +302,8 @@ bool CaptureRenderer::uploadPlain()
 
 void CaptureRenderer::releaseMipChain()
 {
-    for (const MipLevel &level : m_mipChain) {
-        glDeleteFramebuffers(1, &level.framebuffer);
-        glDeleteTextures(1, &level.texture);
+    for (Target &level : m_mipChain) {
+        releaseTarget(level);
     }
     m_mipChain.clear();
     m_mipSize = QSize();
@@ -324,18 +342,8 @@ bool CaptureRenderer::ensureMipChain(QSize size)
     bool complete = true;
     for (int level = 1; level < levels && complete; ++level) {
         levelSize = QSize(std::max(1, levelSize.width() / 2), std::max(1, levelSize.height() / 2));
-        MipLevel made;
-        made.size = levelSize;
-        glGenTextures(1, &made.texture);
-        glBindTexture(GL_TEXTURE_2D, made.texture);
-        allocateLevel(0, levelSize);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAX_LEVEL, 0);
-        setPictureSwizzle();
-        glGenFramebuffers(1, &made.framebuffer);
-        glBindFramebuffer(GL_FRAMEBUFFER, made.framebuffer);
-        glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, made.texture,
-                               0);
-        complete = glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
+        Target made;
+        complete = ensureTarget(made, levelSize);
         m_mipChain.push_back(made);
     }
     glBindFramebuffer(GL_FRAMEBUFFER, 0);
@@ -376,35 +384,46 @@ bool CaptureRenderer::prepareMipChain(int highestLevel)
     glBindSampler(0, m_presentSampler);
     for (int level = m_mipLevelsReady; level <= highestLevel; ++level) {
         glUseProgram(level == 1 ? m_presentProgram : m_halveProgram);
-        const MipLevel &target = m_mipChain[static_cast<std::size_t>(level - 1)];
-        glBindFramebuffer(GL_FRAMEBUFFER, target.framebuffer);
-        glViewport(0, 0, target.size.width(), target.size.height());
         glBindTexture(GL_TEXTURE_2D, mipTexture(level - 1));
-        drawStrip();
+        drawInto(m_mipChain[static_cast<std::size_t>(level - 1)]);
     }
     m_mipLevelsReady = highestLevel + 1;
     return true;
 }
 
-bool CaptureRenderer::ensureReducedTarget(QSize size)
+bool CaptureRenderer::ensureTarget(Target &target, QSize size)
 {
-    if (m_reducedTexture != 0 && m_reducedSize == size) {
+    if (target.texture != 0 && target.size == size) {
         return true;
     }
-    if (m_reducedTexture == 0) {
-        glGenTextures(1, &m_reducedTexture);
-        glGenFramebuffers(1, &m_reducedFramebuffer);
+    if (target.texture == 0) {
+        glGenTextures(1, &target.texture);
+        glGenFramebuffers(1, &target.framebuffer);
     }
-    glBindTexture(GL_TEXTURE_2D, m_reducedTexture);
+    glBindTexture(GL_TEXTURE_2D, target.texture);
     // Stored like the picture, so that stretching it is a plain rectangle fill too.
     allocateLevel(0, size);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAX_LEVEL, 0);
-    glBindFramebuffer(GL_FRAMEBUFFER, m_reducedFramebuffer);
-    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, m_reducedTexture,
-                           0);
+    setPictureSwizzle();
+    glBindFramebuffer(GL_FRAMEBUFFER, target.framebuffer);
+    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, target.texture, 0);
     const bool complete = glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
-    m_reducedSize = complete ? size : QSize();
+    target.size = complete ? size : QSize();
     return complete;
+}
+
+void CaptureRenderer::releaseTarget(Target &target)
+{
+    glDeleteFramebuffers(1, &target.framebuffer);
+    glDeleteTextures(1, &target.texture);
+    target = Target{};
+}
+
+void CaptureRenderer::drawInto(const Target &target)
+{
+    glBindFramebuffer(GL_FRAMEBUFFER, target.framebuffer);
+    glViewport(0, 0, target.size.width(), target.size.height());
+    drawStrip();
 }
 
 bool CaptureRenderer::targetKeepsAlpha(GLuint framebuffer)
@@ -505,30 +524,28 @@ DrawResult CaptureRenderer::draw(GLuint framebuffer, QSize viewportPixels,
         // Worth it only where the reduced target is much smaller than the view.
         const qint64 reducedArea = qint64(reduced.width()) * reduced.height();
         const qint64 viewArea = qint64(viewportPixels.width()) * viewportPixels.height();
-        if (factor == 1 || reducedArea * 4 > viewArea || !ensureReducedTarget(reduced)) {
+        if (factor == 1 || reducedArea * 4 > viewArea || !ensureTarget(m_reduced, reduced)) {
             reduced = QSize();
         }
     }
 
-    int slot = settings.stateSpecificProgram ? static_cast<int>(state) : 3;
-    if (state == BlurState::none && settings.stateSpecificProgram &&
-        !targetKeepsAlpha(framebuffer)) {
-        slot = 4;
-    }
-    glUseProgram(m_capturePrograms[slot]);
-    if (reduced.isEmpty()) {
-        drawStrip();
-    } else {
-        glBindFramebuffer(GL_FRAMEBUFFER, m_reducedFramebuffer);
-        glViewport(0, 0, reduced.width(), reduced.height());
-        drawStrip();
+    if (!reduced.isEmpty() && blurReduced(lower, upper, sampling, reduced)) {
         glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
         glViewport(0, 0, viewportPixels.width(), viewportPixels.height());
         glUseProgram(m_presentProgram);
-        glBindTexture(GL_TEXTURE_2D, m_reducedTexture);
+        glActiveTexture(GL_TEXTURE0);
+        glBindTexture(GL_TEXTURE_2D, m_reduced.texture);
         glBindSampler(0, m_presentSampler);
         drawStrip();
         result.reducedSize = reduced;
+    } else {
+        int slot = settings.stateSpecificProgram ? static_cast<int>(state) : 3;
+        if (state == BlurState::none && settings.stateSpecificProgram &&
+            !targetKeepsAlpha(framebuffer)) {
+            slot = 4;
+        }
+        glUseProgram(m_capturePrograms[slot]);
+        drawStrip();
     }
     glUseProgram(0);
     for (GLuint unit = 0; unit < 3; ++unit) {
@@ -538,6 +555,43 @@ DrawResult CaptureRenderer::draw(GLuint framebuffer, QSize viewportPixels,
     }
     glActiveTexture(GL_TEXTURE0);
     return result;
+}
+
+bool CaptureRenderer::blurReduced(GLuint lower, GLuint upper, const BlurSampling &sampling,
+                                  QSize reduced)
+{
+    // The nine taps are a 3 × 3 grid of linear samples with the same spacing on both axes,
+    // and linear filtering is separable: the three taps of a row can be summed first, at the
+    // reduced width but only at the level's own rows, where sampling between rows falls
+    // exactly on them; the three rows are then summed at the reduced size, sampling between
+    // those rows linearly. Six taps a pixel instead of nine, mostly at the much smaller size.
+    const float between = sampling.level - std::floor(sampling.level);
+    const bool twoLevels = between > 0.0f && lower != upper;
+    const GLuint levels[2] = {lower, upper};
+    for (int index = 0; index < (twoLevels ? 2 : 1); ++index) {
+        const int level =
+            std::clamp(static_cast<int>(std::floor(sampling.level)) + index, 1, m_mipLevels - 1);
+        const QSize rows(reduced.width(),
+                         m_mipChain[static_cast<std::size_t>(level - 1)].size.height());
+        if (!ensureTarget(m_rows[index], rows)) {
+            return false;
+        }
+        glUseProgram(m_blurRowsProgram);
+        glUniform1f(m_rowsTapStepLocation, sampling.spacing);
+        glActiveTexture(GL_TEXTURE0);
+        glBindTexture(GL_TEXTURE_2D, levels[index]);
+        glBindSampler(0, m_plainSampler);
+        drawInto(m_rows[index]);
+    }
+    glUseProgram(m_blurColumnsProgram);
+    glUniform2f(m_columnsParamsLocation, sampling.spacing, twoLevels ? between : 0.0f);
+    for (GLuint unit = 0; unit < 2; ++unit) {
+        glActiveTexture(GL_TEXTURE0 + unit);
+        glBindTexture(GL_TEXTURE_2D, m_rows[twoLevels ? unit : 0].texture);
+        glBindSampler(unit, m_plainSampler);
+    }
+    drawInto(m_reduced);
+    return true;
 }
 
 void CaptureRenderer::uploadForTiming()

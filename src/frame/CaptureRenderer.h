@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "capture/CapturedFrame.h"
+#include "frame/BlurParameters.h"
 
 #include <QOpenGLExtraFunctions>
 #include <QSize>
@@ -97,7 +98,19 @@ private:
     bool ensureMipChain(QSize size);
     GLuint mipTexture(int level) const;
     void releaseMipChain();
-    bool ensureReducedTarget(QSize size);
+    // A texture with a framebuffer drawing into it, stored like the picture.
+    struct Target
+    {
+        GLuint texture = 0;
+        GLuint framebuffer = 0;
+        QSize size;
+    };
+    bool ensureTarget(Target &target, QSize size);
+    void releaseTarget(Target &target);
+    void drawInto(const Target &target);
+    // The nine taps into the reduced target, in two separable passes; false when a target
+    // cannot be made.
+    bool blurReduced(GLuint lower, GLuint upper, const BlurSampling &sampling, QSize reduced);
     void allocateLevel(int level, QSize size);
     void setPictureSwizzle();
     void uploadPixels(GLuint texture);
@@ -112,6 +125,10 @@ private:
     GLuint m_capturePrograms[5] = {0, 0, 0, 0, 0};
     GLuint m_presentProgram = 0;
     GLuint m_halveProgram = 0;
+    GLuint m_blurRowsProgram = 0;
+    GLuint m_blurColumnsProgram = 0;
+    GLint m_rowsTapStepLocation = -1;
+    GLint m_columnsParamsLocation = -1;
     GLuint m_vertexArray = 0;
     GLuint m_effectsBuffer = 0;
     GLuint m_plainSampler = 0;
@@ -128,15 +145,9 @@ private:
     QSize m_plainSize;
     std::uint64_t m_plainGeneration = 0;
 
-    // The chain above level 0 (the plain texture), one texture and framebuffer per level, so
-    // that each level is drawn from the one below it as a plain rectangle.
-    struct MipLevel
-    {
-        GLuint texture = 0;
-        GLuint framebuffer = 0;
-        QSize size;
-    };
-    std::vector<MipLevel> m_mipChain;
+    // The chain above level 0 (the plain texture), one target per level, so that each level
+    // is drawn from the one below it as a plain rectangle.
+    std::vector<Target> m_mipChain;
     QSize m_mipSize;
     int m_mipLevels = 0;
     std::uint64_t m_mipGeneration = 0;
@@ -145,9 +156,9 @@ private:
     int m_mipChainBuilds = 0;
     bool m_mipChainLimitChanged = false;
 
-    GLuint m_reducedTexture = 0;
-    GLuint m_reducedFramebuffer = 0;
-    QSize m_reducedSize;
+    Target m_reduced;
+    // The rows pass of the reduced blur, for the lower and the upper level.
+    Target m_rows[2];
 };
 
 // Frees a renderer's GL objects in the context of `surface` (a QOpenGLWidget or a

@@ -156,6 +156,54 @@ void main()
 }
 )";
 
+// The reduced blur's first pass: at each of its texels (the reduced target's columns, the
+// level's rows) the mean of three linear samples of the level along the row.
+constexpr char blurRowsFragmentBody[] = R"(
+uniform sampler2D level;
+uniform float tapStep;
+in vec2 texCoord;
+out vec4 fragColor;
+
+void main()
+{
+    mediump vec4 sum = vec4(0.0);
+    for (int column = -1; column <= 1; ++column) {
+        sum += texture(level, vec2(clamp(texCoord.x + float(column) * tapStep, 0.0, 1.0),
+                                   texCoord.y));
+    }
+    fragColor = vec4(sum.rgb / 3.0, 1.0);
+}
+)";
+
+// Its second pass: the mean of three linear samples of the rows down the column, for the lower
+// level and, where the blur level has a fraction (params.y), the upper one blended in.
+constexpr char blurColumnsFragmentBody[] = R"(
+uniform sampler2D rowsLower;
+uniform sampler2D rowsUpper;
+uniform vec2 params;
+in vec2 texCoord;
+out vec4 fragColor;
+
+void main()
+{
+    float tapStep = params.x;
+    float between = params.y;
+    mediump vec4 sum = vec4(0.0);
+    if (between > 0.0) {
+        for (int row = -1; row <= 1; ++row) {
+            vec2 tap = vec2(texCoord.x, clamp(texCoord.y + float(row) * tapStep, 0.0, 1.0));
+            sum += mix(texture(rowsLower, tap), texture(rowsUpper, tap), between);
+        }
+    } else {
+        for (int row = -1; row <= 1; ++row) {
+            sum += texture(rowsLower,
+                           vec2(texCoord.x, clamp(texCoord.y + float(row) * tapStep, 0.0, 1.0)));
+        }
+    }
+    fragColor = vec4(sum.rgb / 3.0, 1.0);
+}
+)";
+
 } // namespace
 
 QByteArray captureVertexShader(bool gles)
@@ -183,6 +231,16 @@ QByteArray presentVertexShader(bool gles)
 QByteArray presentFragmentShader(bool gles)
 {
     return header(gles, true) + presentFragmentBody;
+}
+
+QByteArray blurRowsFragmentShader(bool gles)
+{
+    return header(gles, true) + blurRowsFragmentBody;
+}
+
+QByteArray blurColumnsFragmentShader(bool gles)
+{
+    return header(gles, true) + blurColumnsFragmentBody;
 }
 
 QByteArray halveFragmentShader(bool gles)

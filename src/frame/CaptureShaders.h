@@ -24,4 +24,10 @@ QByteArray presentFragmentShader(bool gles);
 // smaller levels of the mip chain. Uses the present vertex shader.
 QByteArray halveFragmentShader(bool gles);
 
+// The reduced-size blur as two separable passes (three taps along the level's rows, then three
+// down the columns), equal to the picture program's nine taps. The rows pass uses the present
+// vertex shader, the columns pass the picture's.
+QByteArray blurRowsFragmentShader(bool gles);
+QByteArray blurColumnsFragmentShader(bool gles);
+
 } // namespace lookpane

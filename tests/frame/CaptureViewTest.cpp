@@ -147,6 +147,10 @@ TEST_F(RenderCaptureView, ReducedBlurMatchesTheFullSizeReferenceShader)
                 const QImage reduced = view->grabFramebuffer();
                 ASSERT_FALSE(view->lastDraw().reducedSize.isEmpty());
                 const int worst = maxPixelDifference(reduced, reference);
+                if (worst > 10) {
+                    saveScreenshot(reference, "reduced-mismatch-reference");
+                    saveScreenshot(reduced, "reduced-mismatch-reduced");
+                }
                 const double mean = meanPixelDifference(reduced, reference);
                 std::printf("scale %.0f %s: reduced %dx%d, max %d, mean %.3f levels\n", scale,
                             strength == BlurStrength::light ? "light" : "strong",
