@@ -2,6 +2,7 @@
 
 #include "frame/BlurParameters.h"
 #include "frame/CaptureShaders.h"
+#include "frame/PictureHalving.h"
 
 #include <QOpenGLContext>
 
@@ -309,7 +310,7 @@ void CaptureRenderer::releaseMipChain()
     m_mipSize = QSize();
     m_mipLevels = 0;
     m_mipGeneration = 0;
-    m_mipLevelsReady = 0;
+    m_mipLevelsMade.clear();
 }
 
 void CaptureRenderer::setMaximumMipChainSide(int pixels)
@@ -362,33 +363,72 @@ GLuint CaptureRenderer::mipTexture(int level) const
     return level == 0 ? m_plainTexture : m_mipChain[static_cast<std::size_t>(level - 1)].texture;
 }
 
-bool CaptureRenderer::prepareMipChain(int highestLevel)
+bool CaptureRenderer::prepareMipChain(int lowestLevel, int highestLevel)
 {
-    if (!uploadPlain() || !ensureMipChain(QSize(m_frame.width(), m_frame.height()))) {
+    if (!ensureMipChain(QSize(m_frame.width(), m_frame.height()))) {
         return false;
+    }
+    if (m_mipLevels < 2) {
+        // A picture of one pixel is its own chain.
+        return uploadPlain();
     }
     if (m_mipGeneration != m_frameGeneration) {
         m_mipGeneration = m_frameGeneration;
-        m_mipLevelsReady = 1;
+        m_mipLevelsMade.clear();
     }
-    highestLevel = std::min(highestLevel, m_mipLevels - 1);
-    if (m_mipLevelsReady > highestLevel) {
-        return true;
+    lowestLevel = std::clamp(lowestLevel, 1, m_mipLevels - 1);
+    highestLevel = std::clamp(highestLevel, lowestLevel, m_mipLevels - 1);
+    if (!levelMade(lowestLevel)) {
+        // The lowest level the blur reads is made on the CPU straight from the frame, by
+        // halving it again and again: a few kilobytes then go to the GPU instead of the
+        // whole picture, and no pass runs over the larger levels there.
+        uploadLevelFromFrame(lowestLevel);
     }
-    // Each level is the one below it halved: one linearly filtered sample between four texels
-    // is their mean. Only the levels the blur reads are made. The first, by far the largest,
-    // is a plain rectangle fill, which a software rasteriser does on its fast path, rounding
-    // down; the others take the general path, which rounds up by about as much, so the
-    // chain's mean stays within a level of the picture's.
+    // Any level above it is the one below halved on the GPU: one linearly filtered sample
+    // between four texels is their mean.
     glActiveTexture(GL_TEXTURE0);
     glBindSampler(0, m_presentSampler);
-    for (int level = m_mipLevelsReady; level <= highestLevel; ++level) {
-        glUseProgram(level == 1 ? m_presentProgram : m_halveProgram);
+    glUseProgram(m_halveProgram);
+    for (int level = lowestLevel + 1; level <= highestLevel; ++level) {
+        if (levelMade(level)) {
+            continue;
+        }
         glBindTexture(GL_TEXTURE_2D, mipTexture(level - 1));
         drawInto(m_mipChain[static_cast<std::size_t>(level - 1)]);
+        m_mipLevelsMade.push_back(level);
     }
-    m_mipLevelsReady = highestLevel + 1;
     return true;
+}
+
+bool CaptureRenderer::levelMade(int level) const
+{
+    return std::find(m_mipLevelsMade.begin(), m_mipLevelsMade.end(), level) !=
+           m_mipLevelsMade.end();
+}
+
+void CaptureRenderer::uploadLevelFromFrame(int level)
+{
+    const std::uint8_t *source = m_frame.pixels();
+    int width = m_frame.width();
+    int height = m_frame.height();
+    int stride = m_frame.bytesPerRow();
+    for (int made = 1; made <= level; ++made) {
+        std::vector<std::uint8_t> &into = m_halvedPictures[made % 2];
+        const int halfWidth = std::max(1, width / 2);
+        const int halfHeight = std::max(1, height / 2);
+        into.resize(static_cast<std::size_t>(halfWidth) * halfHeight * 4);
+        halvePicture(source, width, height, stride, into.data(), halfWidth * 4);
+        source = into.data();
+        width = halfWidth;
+        height = halfHeight;
+        stride = halfWidth * 4;
+    }
+    const Target &target = m_mipChain[static_cast<std::size_t>(level - 1)];
+    glBindTexture(GL_TEXTURE_2D, target.texture);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
+    glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, target.size.width(), target.size.height(),
+                    m_pixelFormat, m_pixelType, source);
+    m_mipLevelsMade.push_back(level);
 }
 
 bool CaptureRenderer::ensureTarget(Target &target, QSize size)
@@ -466,8 +506,9 @@ DrawResult CaptureRenderer::draw(GLuint framebuffer, QSize viewportPixels,
         const int levels = mipLevelCount(m_frame.width(), m_frame.height());
         sampling =
             blurSampling(settings.blurBlockPoints, settings.captureScale, m_frame.width(), levels);
+        const int lowest = static_cast<int>(std::floor(sampling.level));
         const int upper = static_cast<int>(std::ceil(sampling.level));
-        if (prepareMipChain(upper)) {
+        if (prepareMipChain(lowest, upper)) {
             state = BlurState::blur;
         } else {
             state = BlurState::failSafe;

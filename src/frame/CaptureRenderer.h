@@ -93,10 +93,12 @@ public:
 
 private:
     bool uploadPlain();
-    // Uploads the picture and makes the chain's levels up to `highestLevel` from it.
-    bool prepareMipChain(int highestLevel);
+    // Makes the chain's levels from `lowestLevel` to `highestLevel` for the current frame.
+    bool prepareMipChain(int lowestLevel, int highestLevel);
+    bool levelMade(int level) const;
     bool ensureMipChain(QSize size);
     GLuint mipTexture(int level) const;
+    void uploadLevelFromFrame(int level);
     void releaseMipChain();
     // A texture with a framebuffer drawing into it, stored like the picture.
     struct Target
@@ -151,7 +153,10 @@ private:
     QSize m_mipSize;
     int m_mipLevels = 0;
     std::uint64_t m_mipGeneration = 0;
-    int m_mipLevelsReady = 0;
+    // The levels made for the current frame (only those the blur reads are).
+    std::vector<int> m_mipLevelsMade;
+    // The frame halved on the CPU, level after level, on its way to the chain.
+    std::vector<std::uint8_t> m_halvedPictures[2];
     int m_maximumMipChainSide = 0;
     int m_mipChainBuilds = 0;
     bool m_mipChainLimitChanged = false;

@@ -128,8 +128,7 @@ void main()
 }
 )";
 
-// Also halves each level of the mip chain into the next. What it reads has alpha one (the
-// blur pass writes it) or alpha that nothing reads (the chain's levels).
+// What it reads has alpha one: the blur pass writes it.
 constexpr char presentFragmentBody[] = R"(
 uniform sampler2D reduced;
 in vec2 texCoord;
@@ -141,7 +140,8 @@ void main()
 }
 )";
 
-// Halves a level of the mip chain into the next through the general texture path: the shift
+// Halves a level of the mip chain into the next (the first level is made on the CPU) through
+// the general texture path: the shift
 // (always zero) keeps the coordinates from being plain interpolated inputs, which software
 // rasterisers would otherwise fill on their fast path, rounding down at every level.
 constexpr char halveFragmentBody[] = R"(

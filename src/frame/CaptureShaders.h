@@ -20,8 +20,8 @@ QByteArray captureFragmentShader(bool gles, int fixedState = -1, bool opaqueTarg
 // Stretches a reduced-size blur target over the whole view with linear filtering.
 QByteArray presentVertexShader(bool gles);
 QByteArray presentFragmentShader(bool gles);
-// The same stretch, kept off software rasterisers' fast path (see the source), for the
-// smaller levels of the mip chain. Uses the present vertex shader.
+// The same stretch, kept off software rasterisers' fast path (see the source), halving each
+// level of the mip chain into the next. Uses the present vertex shader.
 QByteArray halveFragmentShader(bool gles);
 
 // The reduced-size blur as two separable passes (three taps along the level's rows, then three
