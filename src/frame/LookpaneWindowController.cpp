@@ -17,9 +17,13 @@
 #include "toolbar/FrameToolbarWindowController.h"
 #include "toolbar/x11/X11DesktopHints.h"
 
+#include <QBitmap>
 #include <QGuiApplication>
+#include <QImage>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QPainter>
+#include <QRegion>
 #include <QScreen>
 #include <QVBoxLayout>
 #include <QWindow>
@@ -283,9 +287,7 @@ void LookpaneWindowController::applyMode()
 {
     QPalette palette = m_frameWindow->palette();
     if (m_mode == ShareMode::detached) {
-        palette.setColor(QPalette::Window, Qt::transparent);
-        m_frameWindow->setPalette(palette);
-        m_previewView->setPreviewStyle(PreviewView::Style::selection);
+        applyDetachedFramePicture();
         m_shareWindow->setMovableByBackground(true);
         m_shareWindow->setResizable(true);
         applyShareWindowInput();
@@ -308,12 +310,35 @@ void LookpaneWindowController::applyMode()
     m_frameWindow->update();
 }
 
+bool LookpaneWindowController::frameShowsPicture() const
+{
+    return m_mode == ShareMode::overlay || (m_isDrawing && !x11::isCompositingManagerRunning());
+}
+
+void LookpaneWindowController::applyDetachedFramePicture()
+{
+    // Detached, the frame is an outline the user sees the region through. Without a
+    // compositing manager its middle cannot be transparent; while drawing, when the whole
+    // window must take the mouse, it shows the region's own picture instead (the capture never
+    // sees Lookpane's windows), so the marks are still drawn over what lies beneath.
+    const bool mirror = frameShowsPicture();
+    QPalette palette = m_frameWindow->palette();
+    palette.setColor(QPalette::Window, mirror ? QColor(Qt::black) : QColor(Qt::transparent));
+    m_frameWindow->setPalette(palette);
+    if (mirror && !m_latestFrame.isNull()) {
+        m_previewView->setCapturedFrame(m_latestFrame);
+    }
+    m_previewView->setPreviewStyle(mirror ? PreviewView::Style::mirror
+                                          : PreviewView::Style::selection);
+}
+
 void LookpaneWindowController::applyOutlineShape()
 {
     // Detached, the frame is an outline the user sees the region through. A compositing
     // manager shows the transparent middle as it is; without one the window would show black
-    // there, so its shape is cut down to the edge bands (and the banner). Drawing needs the
-    // whole window to take the mouse, so it keeps its full shape meanwhile.
+    // there, so its shape is cut down to the edge bands, the banner and the pixels of the
+    // marks. Drawing needs the whole window to take the mouse, so it keeps its full shape
+    // meanwhile.
     const bool cut =
         m_mode == ShareMode::detached && !m_isDrawing && !x11::isCompositingManagerRunning();
     if (!cut) {
@@ -330,7 +355,27 @@ void LookpaneWindowController::applyOutlineShape()
             rects.push_back(banner->toAlignedRect());
         }
     }
+    const std::vector<QRect> marks = markPixels();
+    rects.insert(rects.end(), marks.begin(), marks.end());
     m_outlineShapeApplied = X11WindowTraits::setBoundingRegion(m_frameWindow.get(), rects);
+}
+
+std::vector<QRect> LookpaneWindowController::markPixels() const
+{
+    const std::vector<Annotation> &shown = m_previewView->annotationCanvas()->annotations();
+    if (shown.empty()) {
+        return {};
+    }
+    // Drawn as the canvas draws them; every pixel they touch joins the shape, so the marks
+    // show over the desktop as they do over the picture (with hard edges).
+    QImage image(m_frameWindow->size(), QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    {
+        QPainter painter(&image);
+        AnnotationCanvasView::paintAnnotations(painter, shown, QSizeF(image.size()));
+    }
+    const QRegion region(QBitmap::fromImage(image.createAlphaMask(Qt::MonoOnly)));
+    return std::vector<QRect>(region.begin(), region.end());
 }
 
 void LookpaneWindowController::applyShareWindowInput()
@@ -627,6 +672,9 @@ void LookpaneWindowController::setDrawingMode(bool drawing)
     }
     m_isDrawing = drawing;
     m_previewView->annotationCanvas()->setEditing(drawing);
+    if (m_mode == ShareMode::detached) {
+        applyDetachedFramePicture();
+    }
     applyOutlineShape();
     m_frameWindow->setMovableByBackground(!drawing);
     if (drawing) {
@@ -692,6 +740,7 @@ void LookpaneWindowController::refreshAnnotations()
     }
     m_previewView->annotationCanvas()->setAnnotations(shown);
     m_sharePreviewView->annotationCanvas()->setAnnotations(std::move(shown));
+    applyOutlineShape();
 }
 
 void LookpaneWindowController::updateToolbar()
@@ -713,8 +762,9 @@ void LookpaneWindowController::updateToolbar()
 
 void LookpaneWindowController::showCapturedFrame(const CapturedFrame &frame)
 {
+    m_latestFrame = frame;
     m_sharePreviewView->setCapturedFrame(frame);
-    if (m_mode == ShareMode::overlay) {
+    if (frameShowsPicture()) {
         m_previewView->setCapturedFrame(frame);
     }
 }
@@ -722,7 +772,7 @@ void LookpaneWindowController::showCapturedFrame(const CapturedFrame &frame)
 void LookpaneWindowController::setCaptureMessage(const std::optional<QString> &message)
 {
     m_sharePreviewView->setCaptureMessage(message);
-    m_previewView->setCaptureMessage(m_mode == ShareMode::overlay ? message : std::nullopt);
+    m_previewView->setCaptureMessage(frameShowsPicture() ? message : std::nullopt);
 }
 
 // --- drawing keys ---------------------------------------------------------------------------

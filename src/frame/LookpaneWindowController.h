@@ -13,11 +13,13 @@
 
 #include <QObject>
 #include <QPointer>
+#include <QRect>
 #include <QRectF>
 
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 class QKeyEvent;
 class QScreen;
@@ -141,6 +143,12 @@ private:
     void shareWindowMovedOrResized();
     void applyShareWindowInput();
     void applyOutlineShape();
+    // Whether the frame's own view shows the live picture: always in overlay mode; detached,
+    // only while drawing without a compositing manager.
+    bool frameShowsPicture() const;
+    void applyDetachedFramePicture();
+    // The pixels the marks cover in the frame window (y down).
+    std::vector<QRect> markPixels() const;
     void saveDetachedFrame();
     std::optional<ScreenLayout::Screen> layoutScreenOfFrame() const;
     std::optional<QRectF> visibleFrameOfFrameScreen() const;
@@ -169,6 +177,8 @@ private:
     bool m_liveResizing = false;
     bool m_framePassesInteriorClicks = false;
     bool m_outlineShapeApplied = false;
+    // The newest picture, for the frame's own view when it starts showing pictures again.
+    CapturedFrame m_latestFrame;
     std::optional<QRectF> m_toolbarDragStartFrame;
 
     std::unique_ptr<BorderlessWindow> m_frameWindow;

@@ -382,3 +382,75 @@ TEST_F(FrameController, MoveModeEndsWithTheNextLeftMouseUpAndClickThroughComesBa
     EXPECT_EQ(controller->frameWindow()->geometry(), start.translated(80, 40));
     EXPECT_EQ(reported, (std::vector<bool>{false, true}));
 }
+
+// Without a compositing manager (this display runs none) the detached outline is a shaped
+// window; the marks join its shape and show over the desktop.
+TEST_F(FrameController, DetachedWithoutACompositorTheMarksShowOverTheDesktop)
+{
+    PatternWindow::Options options =
+        PatternWindow::at(QRect(200, 200, 640, 360), Pattern::solid, "Beneath");
+    options.color = 0x2080C0;
+    PatternWindow pattern(display(), options);
+    ASSERT_TRUE(pattern.isShown());
+    const QRect beneath = windowInfo(display(), pattern.window()).value_or(WindowInfo{}).geometry;
+    auto controller = makeController(beneath);
+    controller->setMode(ShareMode::detached);
+    showAndWait(*controller);
+
+    controller->setDrawingMode(true);
+    PreviewView &view = *controller->previewView();
+    view.onAnnotationDraftChanged(arrow({0.2, 0.5}, {0.8, 0.5}));
+    view.onAnnotationCommitted();
+    controller->setDrawingMode(false);
+
+    const QColor desktop(0x20, 0x80, 0xC0);
+    const auto screen = [&] { return grabScreenRect(display(), beneath); };
+    const auto distance = [&](const QImage &image, QPoint point) {
+        const QColor seen = image.pixelColor(point);
+        return std::abs(seen.red() - desktop.red()) + std::abs(seen.green() - desktop.green()) +
+               std::abs(seen.blue() - desktop.blue());
+    };
+    // Away from the arrow and the edges the desktop shows through the outline, once the
+    // window manager and the server have the new shape.
+    const QPoint aside(beneath.width() / 2, beneath.height() / 4);
+    const QPoint below(beneath.width() / 4, beneath.height() * 3 / 4);
+    ASSERT_TRUE(waitUntil([&] {
+        const QImage image = screen();
+        return distance(image, aside) <= 6 && distance(image, below) <= 6;
+    })) << "the outline's middle does not show the desktop";
+    // The middle of the arrow's shaft: the mark's colour, not the window beneath (once Qt has
+    // painted the part of the window the new shape exposed).
+    const QPoint onArrow(beneath.width() / 2, beneath.height() / 2);
+    EXPECT_TRUE(waitUntil([&] { return distance(screen(), onArrow) > 60; }))
+        << "the arrow does not show over the desktop";
+    // Undone, the mark leaves the shape.
+    controller->toolbar()->onUndoAnnotation();
+    EXPECT_TRUE(waitUntil([&] { return distance(screen(), onArrow) <= 6; }));
+}
+
+TEST_F(FrameController, DrawingDetachedWithoutACompositorShowsTheRegionsPictureInTheMiddle)
+{
+    auto controller = makeController(QRect(300, 300, 640, 360));
+    controller->setMode(ShareMode::detached);
+    showAndWait(*controller);
+    QImage picture(640, 360, QImage::Format_RGB32);
+    picture.fill(QColor(40, 160, 90));
+    controller->showCapturedFrame(CapturedFrame::fromImage(picture));
+    PreviewView &view = *controller->previewView();
+    EXPECT_EQ(view.previewStyle(), PreviewView::Style::selection);
+
+    controller->setDrawingMode(true);
+    EXPECT_EQ(view.previewStyle(), PreviewView::Style::mirror);
+    // The newest picture is shown at once, without waiting for the next one.
+    ASSERT_NE(view.captureView(), nullptr);
+    EXPECT_TRUE(view.hasCapturedFrame());
+    EXPECT_EQ(view.captureView()->frame().width(), 640);
+    const QRect middle(controller->frameWindow()->mapToGlobal(QPoint(200, 120)), QSize(240, 120));
+    EXPECT_TRUE(waitUntil([&] {
+        const QColor seen = grabScreenRect(display(), middle).pixelColor(120, 60);
+        return std::abs(seen.green() - 160) <= 3 && std::abs(seen.red() - 40) <= 3;
+    }));
+
+    controller->setDrawingMode(false);
+    EXPECT_EQ(view.previewStyle(), PreviewView::Style::selection);
+}
