@@ -110,3 +110,48 @@ TEST_F(RenderCaptureRenderer, WithoutAFrameTheTargetIsClearedToBlack)
     EXPECT_FALSE(last.drewPicture);
     EXPECT_EQ(countPixelsNotNear(image, image.rect(), Qt::black, 0), 0);
 }
+
+// OpenGL ES 3.0 has no BGRA textures: the pictures go in as RGBA with red and blue swapped
+// back when sampled, and the programs are built with the ES header. Mesa offers ES contexts
+// through GLX, so the same pictures can be compared here.
+TEST_F(RenderCaptureRenderer, AnOpenGlEsContextShowsTheSamePictures)
+{
+    const QImage picture = colouredBlocksPicture({320, 180});
+    RenderSettings blurred;
+    blurred.blurEnabled = true;
+    blurred.captureScale = 1.0;
+    renderer->setFrame(CapturedFrame::fromImage(picture));
+    const QImage desktopPlain = draw(picture.size(), RenderSettings{});
+    const QImage desktopBlurred = draw(picture.size(), blurred);
+    // The desktop context's objects go before the ES context is made current.
+    TearDown();
+
+    QOpenGLContext es;
+    QSurfaceFormat format;
+    format.setRenderableType(QSurfaceFormat::OpenGLES);
+    format.setVersion(3, 0);
+    es.setFormat(format);
+    ASSERT_TRUE(es.create());
+    ASSERT_TRUE(es.isOpenGLES()) << "asked for OpenGL ES, got desktop OpenGL";
+    QOffscreenSurface esSurface;
+    esSurface.setFormat(es.format());
+    esSurface.create();
+    ASSERT_TRUE(es.makeCurrent(&esSurface));
+    {
+        CaptureRenderer esRenderer;
+        ASSERT_TRUE(esRenderer.initialize()) << esRenderer.failureReason().toStdString();
+        esRenderer.setFrame(CapturedFrame::fromImage(picture));
+        QOpenGLFramebufferObject esTarget(picture.size());
+        const auto esDraw = [&](const RenderSettings &settings) {
+            esRenderer.draw(esTarget.handle(), picture.size(), settings);
+            return esTarget.toImage().convertToFormat(QImage::Format_RGB32);
+        };
+        const QImage esPlain = esDraw(RenderSettings{});
+        EXPECT_EQ(maxPixelDifference(esPlain, picture), 0);
+        EXPECT_EQ(maxPixelDifference(esPlain, desktopPlain), 0);
+        const QImage esBlurred = esDraw(blurred);
+        EXPECT_LE(maxPixelDifference(esBlurred, desktopBlurred), 2);
+        EXPECT_GT(maxPixelDifference(esBlurred, picture), 20);
+    }
+    es.doneCurrent();
+}
