@@ -16,8 +16,11 @@
 #include <QThread>
 
 #include <unistd.h>
+#include <xcb/xcb.h>
 
 #include <algorithm>
+#include <chrono>
+#include <cstdlib>
 
 using namespace lookpane;
 using namespace lookpane::testing;
@@ -74,6 +77,36 @@ int animationCounter(const QImage &frame)
     return qRed(stamp) | (qGreen(stamp) << 8);
 }
 
+// The screen's size as the X server reports it now.
+QSize screenSize()
+{
+    xcb_connection_t *c = xcb_connect(display().c_str(), nullptr);
+    QSize size;
+    if (xcb_connection_has_error(c) == 0) {
+        const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(c)).data->root;
+        if (xcb_get_geometry_reply_t *geometry =
+                xcb_get_geometry_reply(c, xcb_get_geometry(c, root), nullptr)) {
+            size = QSize(geometry->width, geometry->height);
+            std::free(geometry);
+        }
+    }
+    xcb_disconnect(c);
+    return size;
+}
+
+// Resizes the screen (RandR, through xrandr). Xvfb's one output keeps its mode, so xrandr
+// complains about it when shrinking; the screen is resized all the same, which is what counts.
+bool resizeScreen(QSize size)
+{
+    ChildProcess::Options options;
+    options.environment["DISPLAY"] = display();
+    ChildProcess xrandr(
+        {"xrandr", "--fb", std::to_string(size.width()) + "x" + std::to_string(size.height())},
+        options);
+    xrandr.waitForExit(std::chrono::seconds(10));
+    return X11CaptureHarness::waitUntil([&] { return screenSize() == size; }, 5000);
+}
+
 std::map<std::string, std::uint32_t> ownResourceCounts()
 {
     return clientResourceCounts(display(), getpid());
@@ -118,6 +151,42 @@ TEST(X11Stream, MovedRegionShowsTheNewPlaceWithin100Milliseconds)
     }
     std::printf("\n");
     EXPECT_LE(latencies[latencies.size() / 2], 100) << "median latency of a move in ms";
+}
+
+TEST(X11Stream, AScreenThatGrowsAfterTheStartIsFollowed)
+{
+    ASSERT_TRUE(resizeScreen({1280, 720}));
+    // The backend connects now, while the screen is small.
+    X11CaptureHarness harness;
+    const QRect region(1500, 800, 320, 180);
+    ASSERT_EQ(harness.start(region), std::nullopt);
+    ASSERT_TRUE(resizeScreen({1920, 1080}));
+    PatternWindow window(display(), solidWindow(region, 0x30A050));
+    ASSERT_TRUE(window.isShown());
+    ASSERT_TRUE(waitUntilPainted(window));
+    EXPECT_TRUE(
+        harness.waitForLatestWhere([](const QImage &f) { return isSolid(f, 0x30A050); }, 10000))
+        << "the part of the screen that was added still comes out black";
+
+    EXPECT_EQ(harness.stop(), std::nullopt);
+}
+
+TEST(X11Stream, AScreenThatShrinksAfterTheStartShowsBlackBeyondItsEdge)
+{
+    X11CaptureHarness harness;
+    const QRect region(1500, 800, 320, 180);
+    PatternWindow window(display(), solidWindow(region, 0x30A050));
+    ASSERT_TRUE(window.isShown());
+    ASSERT_TRUE(waitUntilPainted(window));
+    ASSERT_EQ(harness.start(region), std::nullopt);
+    ASSERT_TRUE(
+        harness.waitForLatestWhere([](const QImage &f) { return isSolid(f, 0x30A050); }, 10000));
+    ASSERT_TRUE(resizeScreen({1280, 720}));
+    // Beyond the screen's new edge nothing shows, not even the window that still lies there.
+    EXPECT_TRUE(
+        harness.waitForLatestWhere([](const QImage &f) { return isSolid(f, 0x000000); }, 10000));
+    EXPECT_EQ(harness.stop(), std::nullopt);
+    EXPECT_TRUE(resizeScreen({1920, 1080}));
 }
 
 TEST(X11Stream, StaticScreenYieldsNoFrameAfterTheFirst)

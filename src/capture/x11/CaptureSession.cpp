@@ -54,7 +54,9 @@ std::optional<QString> CaptureSession::start(const CaptureSettings &settings)
             .arg(error->code);
     }
     m_redirected = true;
-    const std::uint32_t mask = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE;
+    // Structure notify: the root window itself is resized when the screen is (RandR).
+    const std::uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY |
+                               XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_change_window_attributes(c, root, XCB_CW_EVENT_MASK, &mask);
 
     m_excluded = std::make_unique<ExcludedWindows>(m_connection);
@@ -183,6 +185,15 @@ void CaptureSession::handleEvent(const xcb_generic_event_t &event)
     }
     case XCB_CONFIGURE_NOTIFY: {
         const auto &configured = reinterpret_cast<const xcb_configure_notify_event_t &>(event);
+        if (configured.window == root) {
+            // The screen changed size: what lies beyond its edge changes with it, and so may
+            // the desktop background.
+            m_compositor->setScreenSize(QSize(configured.width, configured.height));
+            m_background->invalidate();
+            m_needsRescan = true;
+            m_needsFrame = true;
+            return;
+        }
         if (configured.event == root) {
             const TopLevelWindow *known = m_stack.find(configured.window);
             const QSize size(configured.width + 2 * configured.border_width,

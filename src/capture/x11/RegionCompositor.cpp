@@ -26,7 +26,10 @@ xcb_rectangle_t rectangle(const QRect &rect)
 } // namespace
 
 RegionCompositor::RegionCompositor(const XcbConnection &connection, const RenderFormats &formats)
-    : m_connection(connection), m_formats(formats)
+    : m_connection(connection), m_formats(formats),
+      m_screenSize(connection.screen() ? QSize(connection.screen()->width_in_pixels,
+                                               connection.screen()->height_in_pixels)
+                                       : QSize())
 {}
 
 void RegionCompositor::paint(const QRect &source, const std::vector<PaintedWindow> &windows,
@@ -82,8 +85,7 @@ void RegionCompositor::paintUnscaled(const QRect &source, const std::vector<Pain
                                      xcb_render_picture_t background, xcb_render_picture_t target)
 {
     xcb_connection_t *c = m_connection.get();
-    const QRect screen(0, 0, m_connection.screen()->width_in_pixels,
-                       m_connection.screen()->height_in_pixels);
+    const QRect screen(QPoint(0, 0), m_screenSize);
     const QRect visible = source.intersected(screen);
     const std::int16_t dx = static_cast<std::int16_t>(-source.x());
     const std::int16_t dy = static_cast<std::int16_t>(-source.y());

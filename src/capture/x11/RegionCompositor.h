@@ -41,6 +41,11 @@ public:
                xcb_render_picture_t background, xcb_render_picture_t target,
                const QSize &targetSize);
 
+    // The screen's size in pixels: the connection's at first, then whatever the root window
+    // is resized to (RandR).
+    void setScreenSize(QSize size) { m_screenSize = size; }
+    QSize screenSize() const { return m_screenSize; }
+
 private:
     void paintUnscaled(const QRect &source, const std::vector<PaintedWindow> &windows,
                        xcb_render_picture_t background, xcb_render_picture_t target);
@@ -51,6 +56,7 @@ private:
     Pixmap m_scratchPixmap;
     Picture m_scratchPicture;
     QSize m_scratchSize;
+    QSize m_screenSize;
 };
 
 } // namespace lookpane::x11
