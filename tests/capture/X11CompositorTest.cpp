@@ -394,3 +394,66 @@ TEST(X11Compositor, OwnWindowInsideAWindowManagersFrameIsLeftOut)
                               [&](int x, int y) { return pattern.expectedPixel(x, y); }),
               0);
 }
+
+// A window of ours at the bottom of a deep tree of another client's windows (an embedder, a
+// window manager's nested frame): the whole top-level above it goes, however deep it lies.
+TEST(X11Compositor, OwnWindowDeepInsideAnotherClientsTreeIsLeftOut)
+{
+    X11CaptureHarness harness;
+    const QRect region(300, 200, 480, 320);
+    PatternWindow beneath(display(), patternOptions(region, Pattern::solid, 0x30A050, "Beneath"));
+    ASSERT_TRUE(beneath.isShown());
+    PatternWindow::Options nested = patternOptions(region, Pattern::bars, 0x336699, "Embedder");
+    nested.nest = 7;
+    PatternWindow embedder(display(), nested);
+    ASSERT_TRUE(embedder.isShown());
+
+    xcb_connection_t *c = xcb_connect(display().c_str(), nullptr);
+    ASSERT_EQ(xcb_connection_has_error(c), 0);
+    xcb_window_t deepest = embedder.window();
+    int depth = 0;
+    for (;;) {
+        xcb_query_tree_reply_t *tree = xcb_query_tree_reply(c, xcb_query_tree(c, deepest), nullptr);
+        const bool hasChild = tree != nullptr && xcb_query_tree_children_length(tree) > 0;
+        if (hasChild) {
+            deepest = xcb_query_tree_children(tree)[0];
+            ++depth;
+        }
+        std::free(tree);
+        if (!hasChild) {
+            break;
+        }
+    }
+    ASSERT_EQ(depth, 7);
+
+    auto own = std::make_unique<QWidget>();
+    QPalette palette = own->palette();
+    palette.setColor(QPalette::Window, ownRed);
+    own->setPalette(palette);
+    own->setAutoFillBackground(true);
+    own->setAttribute(Qt::WA_NativeWindow);
+    own->resize(region.width() - 80, region.height() - 80);
+    const auto ownId = static_cast<xcb_window_t>(own->winId());
+    own->show();
+    xcb_reparent_window(c, ownId, deepest, 40, 40);
+    xcb_map_window(c, ownId);
+    std::free(xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
+    ASSERT_TRUE(X11CaptureHarness::waitUntil(
+        [&] {
+            own->update();
+            const QImage shot = grabScreenRect(display(), QRect(region.center(), QSize(1, 1)));
+            return !shot.isNull() && QColor(shot.pixel(0, 0)) == ownRed;
+        },
+        10000))
+        << "our window does not show inside the other client's tree";
+
+    ASSERT_EQ(harness.start(region), std::nullopt);
+    ASSERT_TRUE(harness.waitForFrames(1, 10000));
+    const QImage frame = frameImage(harness.latestFrame());
+    saveForInspection(frame, QStringLiteral("own-window-deep-in-another-tree"));
+    EXPECT_EQ(countOwnPixels(frame), 0);
+    // Neither ours nor the embedder's: what lies beneath shows.
+    EXPECT_EQ(patternMismatches(frame, beneath, region), 0);
+    EXPECT_EQ(harness.stop(), std::nullopt);
+    xcb_disconnect(c);
+}

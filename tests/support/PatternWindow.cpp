@@ -54,6 +54,10 @@ PatternWindow::PatternWindow(const std::string &display, Options options)
         std::snprintf(alpha, sizeof alpha, "%02x", m_options.argbAlpha & 0xFF);
         argv.insert(argv.end(), {"--argb", alpha});
     }
+    if (m_options.nest > 0) {
+        argv.emplace_back("--nest");
+        argv.emplace_back(std::to_string(m_options.nest));
+    }
     if (m_options.undecorated) {
         argv.emplace_back("--undecorated");
     }

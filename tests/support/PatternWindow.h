@@ -37,6 +37,8 @@ public:
         bool undecorated = false;
         // _NET_WM_WINDOW_TYPE_<windowType> when not empty ("DOCK", "DESKTOP", "NORMAL" ...).
         std::string windowType;
+        // Windows nested one in the other inside the window, each filling it.
+        int nest = 0;
     };
 
     // The usual options: a titled window of `pattern` at `geometry`.

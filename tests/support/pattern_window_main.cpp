@@ -3,12 +3,14 @@
 //   lookpane_pattern_window --geometry WxH+X+Y [--pattern bars|checker|solid|text]
 //       [--color RRGGBB] [--title TEXT] [--class NAME] [--override-redirect] [--animate]
 //       [--shape left-half] [--input-shape empty] [--argb AA] [--undecorated]
-//       [--window-type NORMAL|DOCK|DESKTOP|...]
+//       [--window-type NORMAL|DOCK|DESKTOP|...] [--nest N]
 //   lookpane_pattern_window --churn SECONDS --geometry WxH+X+Y
 //
 // --shape left-half limits the window's bounding shape to its left half; --input-shape empty
 // lets every click through; --argb AA uses a 32-bit visual and paints the pattern with alpha
-// AA (hex, premultiplied); --undecorated asks the window manager for no decorations.
+// AA (hex, premultiplied); --undecorated asks the window manager for no decorations;
+// --nest N fills the window with N windows nested one in the other (as embedders and window
+// managers' frames do), for tests that put a window of theirs at the bottom.
 // --churn creates, maps, paints, resizes, moves, unmaps and destroys windows inside the
 // rectangle as fast as the server takes them, for SECONDS, then prints "done" and exits.
 //
@@ -54,6 +56,7 @@ struct Options
     bool inputShapeEmpty = false;
     int argbAlpha = -1; // -1: the root's 24-bit visual
     bool undecorated = false;
+    int nest = 0;
     std::string windowType;
     double churnSeconds = 0;
 };
@@ -93,6 +96,8 @@ bool parse(int argc, char **argv, Options &o)
             o.argbAlpha = static_cast<int>(std::strtoul(argv[++i], nullptr, 16)) & 0xFF;
         } else if (arg == "--undecorated") {
             o.undecorated = true;
+        } else if (arg == "--nest" && hasValue) {
+            o.nest = std::atoi(argv[++i]);
         } else if (arg == "--window-type" && hasValue) {
             o.windowType = argv[++i];
         } else if (arg == "--churn" && hasValue) {
@@ -366,6 +371,18 @@ int main(int argc, char **argv)
     hints[4] = static_cast<uint32_t>(o.height);
     xcb_change_property(c, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_NORMAL_HINTS,
                         XCB_ATOM_WM_SIZE_HINTS, 32, 18, hints);
+    xcb_window_t parent = window;
+    for (int level = 0; level < o.nest; ++level) {
+        const xcb_window_t child = xcb_generate_id(c);
+        // Their exposure stands for the window's, which they cover.
+        const uint32_t childValues[] = {screen->black_pixel, XCB_EVENT_MASK_EXPOSURE};
+        xcb_create_window(c, XCB_COPY_FROM_PARENT, child, parent, 0, 0,
+                          static_cast<uint16_t>(o.width), static_cast<uint16_t>(o.height), 0,
+                          XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
+                          XCB_CW_BACK_PIXEL | XCB_CW_EVENT_MASK, childValues);
+        xcb_map_window(c, child);
+        parent = child;
+    }
     const xcb_gcontext_t gc = xcb_generate_id(c);
     xcb_create_gc(c, gc, window, 0, nullptr);
     xcb_map_window(c, window);

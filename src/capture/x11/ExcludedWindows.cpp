@@ -9,8 +9,10 @@
 namespace lookpane::x11 {
 
 namespace {
-// Frames of window managers nest clients a few levels deep at most.
-constexpr int maximumDepth = 4;
+// Window managers' frames nest clients a few levels deep, embedders deeper; every level of
+// every unknown top-level is read, one round trip a level. The budget only bounds a
+// pathological tree: past it, the rest of that scan is taken as not ours.
+constexpr std::size_t maximumWindowsPerScan = 50000;
 } // namespace
 
 ExcludedWindows::ExcludedWindows(const XcbConnection &connection)
@@ -97,7 +99,9 @@ void ExcludedWindows::classify(const std::vector<xcb_window_t> &windows)
             level.push_back({window, window});
         }
     }
-    for (int depth = 0; depth < maximumDepth && !level.empty(); ++depth) {
+    std::size_t read = 0;
+    while (!level.empty() && read < maximumWindowsPerScan) {
+        read += level.size();
         std::vector<xcb_query_tree_cookie_t> trees;
         std::vector<xcb_get_property_cookie_t> pids;
         trees.reserve(level.size());
