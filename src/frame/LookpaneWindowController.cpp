@@ -7,6 +7,7 @@
 #include "frame/GlCaptureView.h"
 #include "frame/PreviewView.h"
 #include "frame/ScopeBorderView.h"
+#include "frame/x11/X11PointerReleaseMonitor.h"
 #include "frame/x11/X11WindowTraits.h"
 #include "model/Preferences.h"
 #include "model/ScreenCoordinates.h"
@@ -107,6 +108,15 @@ LookpaneWindowController::LookpaneWindowController(Preferences &preferences,
         }
         return false;
     });
+    QString monitorFailure;
+    m_pointerReleaseMonitor = x11::X11PointerReleaseMonitor::create(&monitorFailure);
+    if (m_pointerReleaseMonitor) {
+        m_pointerReleaseMonitor->onLeftButtonReleased = [this] { handleSystemWideLeftMouseUp(); };
+    } else {
+        qWarning("Lookpane: releases of the mouse in other applications cannot be seen (%s); "
+                 "move mode then ends only at a release over Lookpane's own windows",
+                 qPrintable(monitorFailure));
+    }
     applyRatioToWindow();
     applyMode();
 }
@@ -251,6 +261,7 @@ void LookpaneWindowController::hide()
 void LookpaneWindowController::beginMoveMode()
 {
     m_moveMode = true;
+    m_frameIgnoresMouse = false;
     setClickThrough(false);
     updateMouseInteraction();
     m_frameWindow->raise();
@@ -651,6 +662,7 @@ void LookpaneWindowController::setClickThrough(bool clickThrough)
         return;
     }
     m_clickThrough = clickThrough;
+    m_frameIgnoresMouse = false;
     m_preferences.setValue(clickThroughKey, clickThrough);
     if (onClickThroughChanged) {
         onClickThroughChanged(clickThrough);
@@ -671,6 +683,7 @@ void LookpaneWindowController::setDrawingMode(bool drawing)
         return;
     }
     m_isDrawing = drawing;
+    m_frameIgnoresMouse = false;
     m_previewView->annotationCanvas()->setEditing(drawing);
     if (m_mode == ShareMode::detached) {
         applyDetachedFramePicture();
@@ -707,6 +720,11 @@ void LookpaneWindowController::updateMouseInteraction()
     // while 12-point bands along every edge still take them, so the box can be moved and
     // resized. Drawing, move mode and a live resize need the whole window.
     const bool passes = m_clickThrough && !m_isDrawing && !m_moveMode && !m_liveResizing;
+    if (m_frameIgnoresMouse && !m_clickThrough && !m_isDrawing && !m_moveMode && !m_liveResizing) {
+        // Left as a release in another application made it: ignoring the mouse altogether,
+        // until click-through, drawing or move mode change.
+        return;
+    }
     const bool applied = passes ? X11WindowTraits::setInputRegion(
                                       m_frameWindow.get(),
                                       X11WindowTraits::edgeBands(m_frameWindow->size(), edgeBand))
@@ -802,6 +820,24 @@ void LookpaneWindowController::handleLeftMouseUp()
     m_moveMode = false;
     setClickThrough(true);
     updateMouseInteraction();
+}
+
+void LookpaneWindowController::handleSystemWideLeftMouseUp()
+{
+    // A release that belongs to a press in this application reaches it as well (Qt still
+    // sees the button down until then): that one is handleLeftMouseUp's.
+    if (QGuiApplication::mouseButtons().testFlag(Qt::LeftButton)) {
+        return;
+    }
+    // A press elsewhere ended: a toolbar drag is over, and move mode ends with the box
+    // ignoring the mouse altogether; click-through is deliberately not turned back on here.
+    m_toolbarDragStartFrame.reset();
+    if (!m_moveMode) {
+        return;
+    }
+    m_moveMode = false;
+    m_frameIgnoresMouse = X11WindowTraits::setInputRegion(m_frameWindow.get(), {});
+    m_framePassesInteriorClicks = m_frameIgnoresMouse;
 }
 
 bool LookpaneWindowController::handleDrawingKey(QObject *receiver, QKeyEvent *event)

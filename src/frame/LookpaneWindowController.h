@@ -33,6 +33,10 @@ class Preferences;
 class PreviewView;
 class ToolShortcutPreferences;
 
+namespace x11 {
+class X11PointerReleaseMonitor;
+}
+
 // Owns Lookpane's two windows and everything that happens to them: the frame window (the
 // box the user places over the region; never in the picture) and the share window (what the
 // meeting application shares). In overlay mode the share window lies exactly under the frame;
@@ -109,6 +113,8 @@ public:
     bool isLiveResizing() const { return m_liveResizing; }
     // Whether the frame window currently lets clicks in its interior through.
     bool framePassesInteriorClicks() const { return m_framePassesInteriorClicks; }
+    // The box takes no click at all (after move mode ended in another application).
+    bool frameIgnoresMouse() const { return m_frameIgnoresMouse; }
 
     AnnotationStore &annotations() { return m_annotations; }
     // The frame's content rectangle and the share window's rectangle, design coordinates.
@@ -156,6 +162,7 @@ private:
     void removeDrawingKeyFilter();
     bool handleDrawingKey(QObject *receiver, QKeyEvent *event);
     void handleLeftMouseUp();
+    void handleSystemWideLeftMouseUp();
 
     Preferences &m_preferences;
     ScreenLayoutProvider m_screens;
@@ -176,6 +183,7 @@ private:
     bool m_moveMode = false;
     bool m_liveResizing = false;
     bool m_framePassesInteriorClicks = false;
+    bool m_frameIgnoresMouse = false;
     bool m_outlineShapeApplied = false;
     // The newest picture, for the frame's own view when it starts showing pictures again.
     CapturedFrame m_latestFrame;
@@ -188,6 +196,8 @@ private:
     std::unique_ptr<FrameToolbarWindowController> m_toolbar;
     std::unique_ptr<ApplicationEventTap> m_drawingKeyTap;
     std::unique_ptr<ApplicationEventTap> m_mouseUpTap;
+    // Releases of the left button in other applications; none without XInput 2.2.
+    std::unique_ptr<x11::X11PointerReleaseMonitor> m_pointerReleaseMonitor;
 };
 
 } // namespace lookpane

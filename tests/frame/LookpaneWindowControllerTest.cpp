@@ -383,6 +383,51 @@ TEST_F(FrameController, MoveModeEndsWithTheNextLeftMouseUpAndClickThroughComesBa
     EXPECT_EQ(reported, (std::vector<bool>{false, true}));
 }
 
+TEST_F(FrameController, MoveModeEndsAtAReleaseInAnotherApplicationWithTheBoxIgnoringTheMouse)
+{
+    PatternWindow beneath(display(),
+                          PatternWindow::at(QRect(200, 200, 640, 360), Pattern::bars, "Beneath"));
+    PatternWindow elsewhere(display(),
+                            PatternWindow::at(QRect(1000, 650, 300, 200), Pattern::solid, "Other"));
+    ASSERT_TRUE(beneath.isShown() && elsewhere.isShown());
+    const QRect box = windowInfo(display(), beneath.window()).value_or(WindowInfo{}).geometry;
+    auto controller = makeController(box);
+    EventCounter presses(QEvent::MouseButtonPress);
+    controller->frameWindow()->installEventFilter(&presses);
+    showAndWait(*controller);
+    std::vector<bool> reported;
+    controller->onClickThroughChanged = [&](bool on) { reported.push_back(on); };
+    controller->beginMoveMode();
+    ASSERT_TRUE(controller->isInMoveMode());
+
+    // A click in another application: its release ends move mode, without click-through.
+    const QRect other = windowInfo(display(), elsewhere.window()).value_or(WindowInfo{}).geometry;
+    xdotool(display(), {"mousemove", "--sync", std::to_string(other.center().x()),
+                        std::to_string(other.center().y())});
+    xdotool(display(), {"click", "1"});
+    ASSERT_TRUE(elsewhere.waitForClick(3000).has_value());
+    EXPECT_TRUE(waitUntil([&] { return !controller->isInMoveMode(); }));
+    EXPECT_FALSE(controller->clickThrough());
+    EXPECT_EQ(reported, (std::vector<bool>{false}));
+    EXPECT_TRUE(controller->frameIgnoresMouse());
+
+    // The box now takes no click, not even in its edge bands.
+    spinFor(100);
+    xdotool(display(),
+            {"mousemove", "--sync", std::to_string(box.x() + 5), std::to_string(box.y() + 100)});
+    xdotool(display(), {"click", "1"});
+    const std::optional<QPoint> passed = beneath.waitForClick(3000);
+    ASSERT_TRUE(passed.has_value()) << "the edge band still took the click";
+    EXPECT_EQ(*passed, QPoint(5, 100));
+    EXPECT_EQ(presses.count, 0);
+
+    // Turning click-through on brings the bands back.
+    controller->toolbar()->onToggleClickThrough();
+    EXPECT_TRUE(controller->clickThrough());
+    EXPECT_FALSE(controller->frameIgnoresMouse());
+    EXPECT_TRUE(controller->framePassesInteriorClicks());
+}
+
 // Without a compositing manager (this display runs none) the detached outline is a shaped
 // window; the marks join its shape and show over the desktop.
 TEST_F(FrameController, DetachedWithoutACompositorTheMarksShowOverTheDesktop)

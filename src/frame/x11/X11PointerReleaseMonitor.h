@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QObject>
+
+#include <functional>
+#include <memory>
+
+class QSocketNotifier;
+struct xcb_connection_t;
+
+namespace lookpane::x11 {
+
+// Reports every release of the left mouse button anywhere on the screen, in whatever
+// application it happens, on the Qt event loop: XInput 2 raw button events selected on the
+// root window over a connection of its own (Qt's own connection keeps its own selections on
+// the root window untouched).
+class X11PointerReleaseMonitor : public QObject
+{
+public:
+    // The monitor, or none (with the reason in `failure`) when the display cannot be reached
+    // or offers no XInput 2.2.
+    static std::unique_ptr<X11PointerReleaseMonitor> create(QString *failure);
+    ~X11PointerReleaseMonitor() override;
+
+    std::function<void()> onLeftButtonReleased;
+
+private:
+    struct ConnectionCloser
+    {
+        void operator()(xcb_connection_t *connection) const;
+    };
+
+    X11PointerReleaseMonitor(std::unique_ptr<xcb_connection_t, ConnectionCloser> connection,
+                             int inputOpcode);
+    void readEvents();
+
+    std::unique_ptr<xcb_connection_t, ConnectionCloser> m_connection;
+    int m_inputOpcode = 0;
+    QSocketNotifier *m_notifier = nullptr; // child of this object
+};
+
+} // namespace lookpane::x11
