@@ -21,11 +21,12 @@ function(lookpane_library name)
     lookpane_warnings(lookpane_${name})
 endfunction()
 
-# lookpane_test(<name> SOURCES ... [LIBS ...] [DISPLAY])
+# lookpane_test(<name> SOURCES ... [LIBS ...] [DISPLAY] [SERIAL])
 # A GoogleTest executable whose tests CTest lists one by one. With DISPLAY, the test
-# executable's main starts a private Xvfb before QApplication exists (tests/support).
+# executable's main starts a private Xvfb before QApplication exists (tests/support); with
+# SERIAL, CTest runs its tests alone.
 function(lookpane_test name)
-    cmake_parse_arguments(ARG "DISPLAY" "" "SOURCES;LIBS" ${ARGN})
+    cmake_parse_arguments(ARG "DISPLAY;SERIAL" "" "SOURCES;LIBS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     if(ARG_DISPLAY)
         target_link_libraries(${name} PRIVATE lookpane_testsupport_xmain)
@@ -34,7 +35,13 @@ function(lookpane_test name)
     endif()
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gtest GTest::gmock)
     lookpane_warnings(${name})
+    # SERIAL: the tests run alone, for whole-program tests whose timing the other tests'
+    # load on a two-core machine would distort.
+    set(serial FALSE)
+    if(ARG_SERIAL)
+        set(serial TRUE)
+    endif()
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
-        PROPERTIES TIMEOUT 300
+        PROPERTIES TIMEOUT 300 RUN_SERIAL ${serial}
         ENVIRONMENT "LOOKPANE_BUILD_DIR=${PROJECT_BINARY_DIR};LOOKPANE_SOURCE_DIR=${PROJECT_SOURCE_DIR}")
 endfunction()
