@@ -2,9 +2,7 @@
 
 namespace lookpane {
 
-namespace {
-
-QByteArray header(bool gles, bool fragment)
+QByteArray shaderHeader(bool gles, bool fragment)
 {
     if (!gles) {
         return QByteArrayLiteral("#version 330 core\n");
@@ -12,6 +10,8 @@ QByteArray header(bool gles, bool fragment)
     return fragment ? QByteArrayLiteral("#version 300 es\nprecision highp float;\n")
                     : QByteArrayLiteral("#version 300 es\n");
 }
+
+namespace {
 
 // No vertex buffer: the vertex index alone picks a corner of the two triangles that cover the
 // view (drawn as plain triangles, not a strip: software rasterisers recognise such a pair as a
@@ -208,12 +208,12 @@ void main()
 
 QByteArray captureVertexShader(bool gles)
 {
-    return header(gles, false) + captureVertexBody;
+    return shaderHeader(gles, false) + captureVertexBody;
 }
 
 QByteArray captureFragmentShader(bool gles, int fixedState, bool opaqueTarget)
 {
-    QByteArray source = header(gles, true);
+    QByteArray source = shaderHeader(gles, true);
     if (opaqueTarget) {
         source += "#define LOOKPANE_OPAQUE_TARGET 1\n";
     }
@@ -225,27 +225,27 @@ QByteArray captureFragmentShader(bool gles, int fixedState, bool opaqueTarget)
 
 QByteArray presentVertexShader(bool gles)
 {
-    return header(gles, false) + presentVertexBody;
+    return shaderHeader(gles, false) + presentVertexBody;
 }
 
 QByteArray presentFragmentShader(bool gles)
 {
-    return header(gles, true) + presentFragmentBody;
+    return shaderHeader(gles, true) + presentFragmentBody;
 }
 
 QByteArray blurRowsFragmentShader(bool gles)
 {
-    return header(gles, true) + blurRowsFragmentBody;
+    return shaderHeader(gles, true) + blurRowsFragmentBody;
 }
 
 QByteArray blurColumnsFragmentShader(bool gles)
 {
-    return header(gles, true) + blurColumnsFragmentBody;
+    return shaderHeader(gles, true) + blurColumnsFragmentBody;
 }
 
 QByteArray halveFragmentShader(bool gles)
 {
-    return header(gles, true) + halveFragmentBody;
+    return shaderHeader(gles, true) + halveFragmentBody;
 }
 
 } // namespace lookpane

@@ -8,6 +8,10 @@ namespace lookpane {
 // The header line differs between desktop OpenGL 3.3 core and OpenGL ES 3.0; the bodies are
 // the same.
 
+// The first lines of every program's shaders: the version (and, for ES fragment shaders, the
+// precision) line.
+QByteArray shaderHeader(bool gles, bool fragment);
+
 // The picture program: entry points lookpaneVertex and lookpaneFragment, the effects block
 // `Effects { vec4 params; }` (x: blur state 0 / 1 / 2, y: mip level, z: tap spacing, w: 0).
 QByteArray captureVertexShader(bool gles);

@@ -1,5 +1,8 @@
 #include "frame/OverlayLayer.h"
 
+#include "frame/CaptureShaders.h"
+#include "frame/GlProgram.h"
+
 #include <QOpenGLContext>
 #include <QPainter>
 
@@ -10,12 +13,6 @@ namespace lookpane {
 namespace {
 
 constexpr int tileSize = 16;
-
-QByteArray header(bool gles)
-{
-    return gles ? QByteArrayLiteral("#version 300 es\nprecision highp float;\n")
-                : QByteArrayLiteral("#version 330 core\n");
-}
 
 // Corners in pixels, y down; the image's first row is its top, as uploaded.
 constexpr char vertexBody[] = R"(
@@ -42,22 +39,6 @@ void main()
 }
 )";
 
-GLuint compile(QOpenGLExtraFunctions &gl, GLenum type, const QByteArray &source)
-{
-    const GLuint shader = gl.glCreateShader(type);
-    const char *text = source.constData();
-    const GLint length = static_cast<GLint>(source.size());
-    gl.glShaderSource(shader, 1, &text, &length);
-    gl.glCompileShader(shader);
-    GLint ok = GL_FALSE;
-    gl.glGetShaderiv(shader, GL_COMPILE_STATUS, &ok);
-    if (ok != GL_TRUE) {
-        gl.glDeleteShader(shader);
-        return 0;
-    }
-    return shader;
-}
-
 } // namespace
 
 OverlayLayer::~OverlayLayer()
@@ -79,26 +60,9 @@ bool OverlayLayer::initialize()
     }
     initializeOpenGLFunctions();
     m_gles = QOpenGLContext::currentContext()->isOpenGLES();
-    const GLuint vs = compile(*this, GL_VERTEX_SHADER, header(m_gles) + vertexBody);
-    const GLuint fs = compile(*this, GL_FRAGMENT_SHADER, header(m_gles) + fragmentBody);
-    if (vs == 0 || fs == 0) {
-        glDeleteShader(vs);
-        glDeleteShader(fs);
-        m_failureReason = QStringLiteral("the overlay shaders do not compile");
-        return false;
-    }
-    m_program = glCreateProgram();
-    glAttachShader(m_program, vs);
-    glAttachShader(m_program, fs);
-    glLinkProgram(m_program);
-    glDeleteShader(vs);
-    glDeleteShader(fs);
-    GLint linked = GL_FALSE;
-    glGetProgramiv(m_program, GL_LINK_STATUS, &linked);
-    if (linked != GL_TRUE) {
-        glDeleteProgram(m_program);
-        m_program = 0;
-        m_failureReason = QStringLiteral("the overlay program does not link");
+    m_program = linkProgram(*this, shaderHeader(m_gles, false) + vertexBody,
+                            shaderHeader(m_gles, true) + fragmentBody, m_failureReason);
+    if (m_program == 0) {
         return false;
     }
     glUseProgram(m_program);
