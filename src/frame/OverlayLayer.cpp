@@ -170,18 +170,25 @@ void OverlayLayer::repaint(QSize pixels, qreal devicePixelRatio)
     }
 
     glBindTexture(GL_TEXTURE_2D, m_texture);
-    glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
-    glPixelStorei(GL_UNPACK_ROW_LENGTH, static_cast<GLint>(m_image.bytesPerLine() / 4));
     const GLenum uploadFormat = m_gles ? GL_RGBA : GL_BGRA;
     const GLenum uploadType = m_gles ? GL_UNSIGNED_BYTE : GL_UNSIGNED_INT_8_8_8_8_REV;
     if (m_textureSize != pixels) {
         glTexImage2D(GL_TEXTURE_2D, 0, m_gles ? GL_RGBA8 : GL_RGBA, pixels.width(), pixels.height(),
-                     0, uploadFormat, uploadType, m_image.constBits());
+                     0, uploadFormat, uploadType, nullptr);
         m_textureSize = pixels;
-    } else {
-        glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, pixels.width(), pixels.height(), uploadFormat,
-                        uploadType, m_image.constBits());
     }
+    // Only what is drawn is read: the painted areas alone go to the GPU (while a mark is
+    // drawn, a few strips instead of the whole view at every move of the mouse).
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
+    glPixelStorei(GL_UNPACK_ROW_LENGTH, static_cast<GLint>(m_image.bytesPerLine() / 4));
+    for (const QRect &area : m_areas) {
+        glPixelStorei(GL_UNPACK_SKIP_PIXELS, area.x());
+        glPixelStorei(GL_UNPACK_SKIP_ROWS, area.y());
+        glTexSubImage2D(GL_TEXTURE_2D, 0, area.x(), area.y(), area.width(), area.height(),
+                        uploadFormat, uploadType, m_image.constBits());
+    }
+    glPixelStorei(GL_UNPACK_SKIP_PIXELS, 0);
+    glPixelStorei(GL_UNPACK_SKIP_ROWS, 0);
     glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
     glBindTexture(GL_TEXTURE_2D, 0);
 }
