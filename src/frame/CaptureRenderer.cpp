@@ -68,8 +68,7 @@ CaptureRenderer::~CaptureRenderer()
     for (Target &rows : m_rows) {
         releaseTarget(rows);
     }
-    const GLuint samplers[] = {m_plainSampler, m_presentSampler};
-    glDeleteSamplers(2, samplers);
+    glDeleteSamplers(1, &m_linearSampler);
     glDeleteBuffers(1, &m_effectsBuffer);
     glDeleteVertexArrays(1, &m_vertexArray);
     for (const GLuint program : m_capturePrograms) {
@@ -176,8 +175,7 @@ bool CaptureRenderer::initialize()
     glBufferData(GL_UNIFORM_BUFFER, 4 * sizeof(float), nullptr, GL_DYNAMIC_DRAW);
     glBindBuffer(GL_UNIFORM_BUFFER, 0);
 
-    m_plainSampler = makeSampler(*this, GL_LINEAR);
-    m_presentSampler = makeSampler(*this, GL_LINEAR);
+    m_linearSampler = makeSampler(*this, GL_LINEAR);
     m_initialized = true;
     return true;
 }
@@ -188,9 +186,9 @@ void CaptureRenderer::setFrame(const CapturedFrame &frame)
     ++m_frameGeneration;
 }
 
-void CaptureRenderer::allocateLevel(int level, QSize size)
+void CaptureRenderer::allocateTexture(QSize size)
 {
-    glTexImage2D(GL_TEXTURE_2D, level, static_cast<GLint>(m_internalFormat), size.width(),
+    glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(m_internalFormat), size.width(),
                  size.height(), 0, m_pixelFormat, m_pixelType, nullptr);
 }
 
@@ -234,7 +232,7 @@ bool CaptureRenderer::uploadPlain()
         glBindTexture(GL_TEXTURE_2D, m_plainTexture);
         while (glGetError() != GL_NO_ERROR) {
         }
-        allocateLevel(0, size);
+        allocateTexture(size);
         if (glGetError() != GL_NO_ERROR) {
             m_plainSize = QSize();
             return false;
@@ -338,7 +336,7 @@ bool CaptureRenderer::prepareMipChain(int lowestLevel, int highestLevel)
     // Any level above it is the one below halved on the GPU: one linearly filtered sample
     // between four texels is their mean.
     glActiveTexture(GL_TEXTURE0);
-    glBindSampler(0, m_presentSampler);
+    glBindSampler(0, m_linearSampler);
     glUseProgram(m_halveProgram);
     for (int level = lowestLevel + 1; level <= highestLevel; ++level) {
         if (levelMade(level)) {
@@ -393,7 +391,7 @@ bool CaptureRenderer::ensureTarget(Target &target, QSize size)
     }
     glBindTexture(GL_TEXTURE_2D, target.texture);
     // Stored like the picture, so that stretching it is a plain rectangle fill too.
-    allocateLevel(0, size);
+    allocateTexture(size);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAX_LEVEL, 0);
     setPictureSwizzle();
     glBindFramebuffer(GL_FRAMEBUFFER, target.framebuffer);
@@ -414,7 +412,7 @@ void CaptureRenderer::drawInto(const Target &target)
 {
     glBindFramebuffer(GL_FRAMEBUFFER, target.framebuffer);
     glViewport(0, 0, target.size.width(), target.size.height());
-    drawStrip();
+    drawRectangle();
 }
 
 bool CaptureRenderer::targetKeepsAlpha(GLuint framebuffer)
@@ -427,7 +425,7 @@ bool CaptureRenderer::targetKeepsAlpha(GLuint framebuffer)
     return alphaBits > 0;
 }
 
-void CaptureRenderer::drawStrip()
+void CaptureRenderer::drawRectangle()
 {
     glBindVertexArray(m_vertexArray);
     glDrawArrays(GL_TRIANGLES, 0, 6);
@@ -488,19 +486,17 @@ DrawResult CaptureRenderer::draw(GLuint framebuffer, QSize viewportPixels,
     // Unit 0: the picture itself. Units 1 and 2: the two levels of the chain the blur blends
     // between (trilinear filtering, spelled out), the same one where the level is whole or the
     // chain ends. In the fail-safe state nothing is read.
-    GLuint lower = m_plainTexture;
-    GLuint upper = m_plainTexture;
+    int lowerLevel = 0;
+    int upperLevel = 0;
     if (state == BlurState::blur) {
-        const int below =
-            std::clamp(static_cast<int>(std::floor(sampling.level)), 0, m_mipLevels - 1);
-        lower = mipTexture(below);
-        upper = mipTexture(std::min(below + 1, m_mipLevels - 1));
+        lowerLevel = std::clamp(static_cast<int>(std::floor(sampling.level)), 0, m_mipLevels - 1);
+        upperLevel = std::min(lowerLevel + 1, m_mipLevels - 1);
     }
-    const GLuint units[3] = {m_plainTexture, lower, upper};
+    const GLuint units[3] = {m_plainTexture, mipTexture(lowerLevel), mipTexture(upperLevel)};
     for (GLuint unit = 0; unit < 3; ++unit) {
         glActiveTexture(GL_TEXTURE0 + unit);
         glBindTexture(GL_TEXTURE_2D, units[unit]);
-        glBindSampler(unit, m_plainSampler);
+        glBindSampler(unit, m_linearSampler);
     }
     glActiveTexture(GL_TEXTURE0);
 
@@ -521,14 +517,14 @@ DrawResult CaptureRenderer::draw(GLuint framebuffer, QSize viewportPixels,
         }
     }
 
-    if (!reduced.isEmpty() && blurReduced(lower, upper, sampling, reduced)) {
+    if (!reduced.isEmpty() && blurReduced(lowerLevel, upperLevel, sampling, reduced)) {
         glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
         glViewport(0, 0, viewportPixels.width(), viewportPixels.height());
         glUseProgram(m_presentProgram);
         glActiveTexture(GL_TEXTURE0);
         glBindTexture(GL_TEXTURE_2D, m_reduced.texture);
-        glBindSampler(0, m_presentSampler);
-        drawStrip();
+        glBindSampler(0, m_linearSampler);
+        drawRectangle();
         result.reducedSize = reduced;
     } else {
         int slot = settings.stateSpecificProgram ? static_cast<int>(state) : 3;
@@ -537,7 +533,7 @@ DrawResult CaptureRenderer::draw(GLuint framebuffer, QSize viewportPixels,
             slot = 4;
         }
         glUseProgram(m_capturePrograms[slot]);
-        drawStrip();
+        drawRectangle();
     }
     glUseProgram(0);
     for (GLuint unit = 0; unit < 3; ++unit) {
@@ -549,7 +545,7 @@ DrawResult CaptureRenderer::draw(GLuint framebuffer, QSize viewportPixels,
     return result;
 }
 
-bool CaptureRenderer::blurReduced(GLuint lower, GLuint upper, const BlurSampling &sampling,
+bool CaptureRenderer::blurReduced(int lowerLevel, int upperLevel, const BlurSampling &sampling,
                                   QSize reduced)
 {
     // The nine taps are a 3 × 3 grid of linear samples with the same spacing on both axes,
@@ -558,21 +554,19 @@ bool CaptureRenderer::blurReduced(GLuint lower, GLuint upper, const BlurSampling
     // exactly on them; the three rows are then summed at the reduced size, sampling between
     // those rows linearly. Six taps a pixel instead of nine, mostly at the much smaller size.
     const float between = sampling.level - std::floor(sampling.level);
-    const bool twoLevels = between > 0.0f && lower != upper;
-    const GLuint levels[2] = {lower, upper};
+    const bool twoLevels = between > 0.0f && lowerLevel != upperLevel;
+    const int levels[2] = {lowerLevel, upperLevel};
     for (int index = 0; index < (twoLevels ? 2 : 1); ++index) {
-        const int level =
-            std::clamp(static_cast<int>(std::floor(sampling.level)) + index, 1, m_mipLevels - 1);
         const QSize rows(reduced.width(),
-                         m_mipChain[static_cast<std::size_t>(level - 1)].size.height());
+                         m_mipChain[static_cast<std::size_t>(levels[index] - 1)].size.height());
         if (!ensureTarget(m_rows[index], rows)) {
             return false;
         }
         glUseProgram(m_blurRowsProgram);
         glUniform1f(m_rowsTapStepLocation, sampling.spacing);
         glActiveTexture(GL_TEXTURE0);
-        glBindTexture(GL_TEXTURE_2D, levels[index]);
-        glBindSampler(0, m_plainSampler);
+        glBindTexture(GL_TEXTURE_2D, mipTexture(levels[index]));
+        glBindSampler(0, m_linearSampler);
         drawInto(m_rows[index]);
     }
     glUseProgram(m_blurColumnsProgram);
@@ -580,7 +574,7 @@ bool CaptureRenderer::blurReduced(GLuint lower, GLuint upper, const BlurSampling
     for (GLuint unit = 0; unit < 2; ++unit) {
         glActiveTexture(GL_TEXTURE0 + unit);
         glBindTexture(GL_TEXTURE_2D, m_rows[twoLevels ? unit : 0].texture);
-        glBindSampler(unit, m_plainSampler);
+        glBindSampler(unit, m_linearSampler);
     }
     drawInto(m_reduced);
     return true;

@@ -112,11 +112,13 @@ private:
     void drawInto(const Target &target);
     // The nine taps into the reduced target, in two separable passes; false when a target
     // cannot be made.
-    bool blurReduced(GLuint lower, GLuint upper, const BlurSampling &sampling, QSize reduced);
-    void allocateLevel(int level, QSize size);
+    bool blurReduced(int lowerLevel, int upperLevel, const BlurSampling &sampling, QSize reduced);
+    // Storage for a picture-sized texture of `size`, bound, in the picture's layout.
+    void allocateTexture(QSize size);
     void setPictureSwizzle();
     void uploadPixels(GLuint texture);
-    void drawStrip();
+    // The two triangles that cover the viewport.
+    void drawRectangle();
     bool targetKeepsAlpha(GLuint framebuffer);
 
     QString m_failureReason;
@@ -133,8 +135,8 @@ private:
     GLint m_columnsParamsLocation = -1;
     GLuint m_vertexArray = 0;
     GLuint m_effectsBuffer = 0;
-    GLuint m_plainSampler = 0;
-    GLuint m_presentSampler = 0;
+    // Linear filtering, clamped to the edge: every texture here is read through it.
+    GLuint m_linearSampler = 0;
     GLenum m_internalFormat = 0;
     GLenum m_pixelFormat = 0;
     GLenum m_pixelType = 0;

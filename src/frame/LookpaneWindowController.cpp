@@ -296,18 +296,14 @@ void LookpaneWindowController::setMode(ShareMode mode)
 
 void LookpaneWindowController::applyMode()
 {
-    QPalette palette = m_frameWindow->palette();
+    applyFramePicture();
     if (m_mode == ShareMode::detached) {
-        applyDetachedFramePicture();
         m_shareWindow->setMovableByBackground(true);
         m_shareWindow->setResizable(true);
         applyShareWindowInput();
         positionDetachedShareWindow();
         syncDetachedAspectRatio();
     } else {
-        palette.setColor(QPalette::Window, Qt::black);
-        m_frameWindow->setPalette(palette);
-        m_previewView->setPreviewStyle(PreviewView::Style::mirror);
         m_shareWindow->setMovableByBackground(false);
         m_shareWindow->setResizable(false);
         m_shareWindow->setAspect(std::nullopt);
@@ -326,12 +322,13 @@ bool LookpaneWindowController::frameShowsPicture() const
     return m_mode == ShareMode::overlay || (m_isDrawing && !x11::isCompositingManagerRunning());
 }
 
-void LookpaneWindowController::applyDetachedFramePicture()
+void LookpaneWindowController::applyFramePicture()
 {
-    // Detached, the frame is an outline the user sees the region through. Without a
-    // compositing manager its middle cannot be transparent; while drawing, when the whole
-    // window must take the mouse, it shows the region's own picture instead (the capture never
-    // sees Lookpane's windows), so the marks are still drawn over what lies beneath.
+    // In overlay mode the box is opaque and mirrors the region. Detached, it is an outline the
+    // user sees the region through; without a compositing manager its middle cannot be
+    // transparent, so while drawing, when the whole window must take the mouse, it shows the
+    // region's own picture instead (the capture never sees Lookpane's windows), and the marks
+    // are still drawn over what lies beneath. The newest picture is shown at once.
     const bool mirror = frameShowsPicture();
     QPalette palette = m_frameWindow->palette();
     palette.setColor(QPalette::Window, mirror ? QColor(Qt::black) : QColor(Qt::transparent));
@@ -686,7 +683,7 @@ void LookpaneWindowController::setDrawingMode(bool drawing)
     m_frameIgnoresMouse = false;
     m_previewView->annotationCanvas()->setEditing(drawing);
     if (m_mode == ShareMode::detached) {
-        applyDetachedFramePicture();
+        applyFramePicture();
     }
     applyOutlineShape();
     m_frameWindow->setMovableByBackground(!drawing);
@@ -789,6 +786,10 @@ void LookpaneWindowController::showCapturedFrame(const CapturedFrame &frame)
 
 void LookpaneWindowController::setCaptureMessage(const std::optional<QString> &message)
 {
+    if (message) {
+        // The message stands instead of the picture until the next one arrives.
+        m_latestFrame = CapturedFrame();
+    }
     m_sharePreviewView->setCaptureMessage(message);
     m_previewView->setCaptureMessage(frameShowsPicture() ? message : std::nullopt);
 }

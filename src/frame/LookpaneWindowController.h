@@ -152,7 +152,7 @@ private:
     // Whether the frame's own view shows the live picture: always in overlay mode; detached,
     // only while drawing without a compositing manager.
     bool frameShowsPicture() const;
-    void applyDetachedFramePicture();
+    void applyFramePicture();
     // The pixels the marks cover in the frame window (y down).
     std::vector<QRect> markPixels() const;
     void saveDetachedFrame();
