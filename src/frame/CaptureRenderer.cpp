@@ -417,12 +417,18 @@ void CaptureRenderer::drawInto(const Target &target)
 
 bool CaptureRenderer::targetKeepsAlpha(GLuint framebuffer)
 {
-    // Bound by draw(); a window's own buffer is asked for by its back buffer.
+    // Asked once per target: a state query in every draw can stall a threaded driver. The
+    // framebuffer is bound by draw(); a window's own buffer is asked for by its back buffer.
+    if (m_alphaTarget == framebuffer) {
+        return m_alphaTargetKeepsAlpha;
+    }
     GLint alphaBits = 8;
     const GLenum attachment = framebuffer == 0 ? GL_BACK : GL_COLOR_ATTACHMENT0;
     glGetFramebufferAttachmentParameteriv(GL_FRAMEBUFFER, attachment,
                                           GL_FRAMEBUFFER_ATTACHMENT_ALPHA_SIZE, &alphaBits);
-    return alphaBits > 0;
+    m_alphaTarget = framebuffer;
+    m_alphaTargetKeepsAlpha = alphaBits > 0;
+    return m_alphaTargetKeepsAlpha;
 }
 
 void CaptureRenderer::drawRectangle()

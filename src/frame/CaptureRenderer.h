@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include "capture/CapturedFrame.h"
 #include "frame/BlurParameters.h"
@@ -164,6 +165,9 @@ private:
     bool m_mipChainLimitChanged = false;
 
     Target m_reduced;
+    // The last target asked whether it keeps alpha, and the answer.
+    std::optional<GLuint> m_alphaTarget;
+    bool m_alphaTargetKeepsAlpha = true;
     // The rows pass of the reduced blur, for the lower and the upper level.
     Target m_rows[2];
 };
