@@ -15,6 +15,8 @@
 #include <QElapsedTimer>
 #include <QThread>
 
+#include <xcb/xcb.h>
+
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/resource.h>
@@ -22,8 +24,10 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <optional>
@@ -36,7 +40,7 @@ using namespace lookpane::testing;
 
 namespace {
 
-constexpr double measureSeconds = 5.0;
+constexpr double measureSeconds = 4.0;
 
 std::string readText(const std::string &path)
 {
@@ -89,6 +93,44 @@ void runEventLoop(double seconds)
         QThread::msleep(seconds < 0.2 ? 2 : 50);
     }
 }
+
+// A plain window of this process lying over a region, as the frame window lies over the region
+// it mirrors in overlay mode. It never repaints, so it adds nothing to the frames' cost; the
+// capture leaves it out like any window of its own process.
+class CoveringWindow
+{
+public:
+    CoveringWindow(const std::string &display, const QRect &region)
+        : m_connection(xcb_connect(display.c_str(), nullptr))
+    {
+        if (xcb_connection_has_error(m_connection)) {
+            return;
+        }
+        const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data;
+        m_window = xcb_generate_id(m_connection);
+        const std::uint32_t values[] = {screen->black_pixel, 1};
+        xcb_create_window(
+            m_connection, XCB_COPY_FROM_PARENT, m_window, screen->root,
+            static_cast<std::int16_t>(region.x()), static_cast<std::int16_t>(region.y()),
+            static_cast<std::uint16_t>(region.width()), static_cast<std::uint16_t>(region.height()),
+            0, XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual,
+            XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, values);
+        xcb_map_window(m_connection, m_window);
+        xcb_aux_sync_free(m_connection);
+    }
+    ~CoveringWindow() { xcb_disconnect(m_connection); }
+    CoveringWindow(const CoveringWindow &) = delete;
+    CoveringWindow &operator=(const CoveringWindow &) = delete;
+
+private:
+    static void xcb_aux_sync_free(xcb_connection_t *connection)
+    {
+        std::free(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
+    }
+
+    xcb_connection_t *m_connection;
+    xcb_window_t m_window = 0;
+};
 
 struct Measurement
 {
@@ -238,6 +280,8 @@ int main(int argc, char **argv)
         return 1;
     }
 
+    const int rounds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 3;
+
     PatternWindow::Options animated;
     animated.geometry = QRect(0, 0, 1920, 1080);
     animated.pattern = Pattern::bars;
@@ -248,41 +292,68 @@ int main(int argc, char **argv)
         return 1;
     }
     runEventLoop(0.5);
-    // What the X server spends on the animation alone.
-    const double baselineBefore = processCpuSeconds(serverPid);
-    runEventLoop(measureSeconds);
-    const double serverBaseline = (processCpuSeconds(serverPid) - baselineBefore) / measureSeconds;
+    // What the X server spends on the animation alone, per second.
+    const auto animationBaseline = [&] {
+        const double before = processCpuSeconds(serverPid);
+        runEventLoop(measureSeconds);
+        return (processCpuSeconds(serverPid) - before) / measureSeconds;
+    };
     // The same with the windows redirected (what the backend keeps while it exists): the
     // server then copies each change from the window's pixmap to the screen as well.
     double redirectedBaseline = 0;
     {
         x11::X11CaptureBackend redirecting(display);
         runEventLoop(0.5);
-        const double before = processCpuSeconds(serverPid);
-        runEventLoop(measureSeconds);
-        redirectedBaseline = (processCpuSeconds(serverPid) - before) / measureSeconds;
+        redirectedBaseline = animationBaseline();
     }
 
+    // The case the product lives in first: in overlay mode its frame window lies exactly over
+    // the region, so the capture's job is to see under it. ffmpeg is not run under the
+    // covering window: it reads the same bytes whatever covers them, and the covered animation
+    // would cost the server less than its baseline without the redirection.
+    enum class Case
+    {
+        ours,
+        ffmpeg,
+        oursCovered
+    };
     struct Row
     {
-        const char *name;
+        std::string name;
         QRect region;
-        Measurement ours, ffmpeg;
-        double memcpyMs = 0;
+        Case what;
+        std::vector<Measurement> runs;
     };
-    std::vector<Row> rows{{"1920x1080", QRect(0, 0, 1920, 1080), {}, {}, 0},
-                          {"1280x720", QRect(320, 180, 1280, 720), {}, {}, 0}};
-    for (Row &row : rows) {
-        const std::optional<Measurement> ours =
-            measureOurs(display, serverPid, row.region, measureSeconds, serverBaseline);
-        const std::optional<Measurement> ffmpeg =
-            measureFfmpeg(display, serverPid, row.region, measureSeconds, serverBaseline);
-        if (!ours || !ffmpeg) {
-            return 1;
+    const QRect full(0, 0, 1920, 1080), smaller(320, 180, 1280, 720);
+    std::vector<Row> rows{
+        {"1920x1080 ours, region under a window of ours", full, Case::oursCovered, {}},
+        {"1920x1080 ours, region uncovered", full, Case::ours, {}},
+        {"1920x1080 ffmpeg x11grab", full, Case::ffmpeg, {}},
+        {"1280x720  ours, region under a window of ours", smaller, Case::oursCovered, {}},
+        {"1280x720  ours, region uncovered", smaller, Case::ours, {}},
+        {"1280x720  ffmpeg x11grab", smaller, Case::ffmpeg, {}}};
+    std::vector<double> baselines;
+    // Rounds interleave every case, each against the animation's cost measured in the same
+    // round, so that a slow spell of this shared machine falls on all of them alike.
+    for (int round = 0; round < rounds; ++round) {
+        const double baseline = animationBaseline();
+        baselines.push_back(baseline);
+        for (Row &row : rows) {
+            std::optional<Measurement> m;
+            if (row.what == Case::ffmpeg) {
+                m = measureFfmpeg(display, serverPid, row.region, measureSeconds, baseline);
+            } else if (row.what == Case::oursCovered) {
+                CoveringWindow frame(display, row.region);
+                runEventLoop(0.3);
+                m = measureOurs(display, serverPid, row.region, measureSeconds, baseline);
+            } else {
+                m = measureOurs(display, serverPid, row.region, measureSeconds, baseline);
+            }
+            if (!m) {
+                return 1;
+            }
+            row.runs.push_back(*m);
         }
-        row.ours = *ours;
-        row.ffmpeg = *ffmpeg;
-        row.memcpyMs = memcpyPerFrameMs(row.region);
     }
 
     // A static screen: the animation gone, one still window, capturing the whole screen.
@@ -292,46 +363,53 @@ int main(int argc, char **argv)
     PatternWindow stillWindow(display, still);
     runEventLoop(0.5);
     const std::optional<Measurement> idle =
-        measureOurs(display, serverPid, QRect(0, 0, 1920, 1080), measureSeconds, 0.0);
+        measureOurs(display, serverPid, full, measureSeconds, 0.0);
     if (!idle) {
         return 1;
     }
 
-    std::printf("X server animation baseline: %.1f%% of a core (subtracted below); with the "
-                "windows redirected but nothing captured: %.1f%%\n",
-                serverBaseline * 100.0, redirectedBaseline * 100.0);
-    std::printf("%-10s | %14s | %14s | %14s | %10s | %10s\n", "region", "ours ms/frame",
-                "ffmpeg ms/frame", "memcpy ms/frame", "ours fps", "ffmpeg fps");
+    const auto median = [](std::vector<double> values) {
+        std::sort(values.begin(), values.end());
+        const std::size_t n = values.size();
+        return n == 0 ? 0.0 : n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
+    };
+    const auto of = [](const Row &row, auto field) {
+        std::vector<double> values;
+        for (const Measurement &m : row.runs) {
+            values.push_back(field(m));
+        }
+        return values;
+    };
+    const auto perFrame = [](const Measurement &m) { return m.perFrameMs(); };
+    const auto serverPerFrame = [](const Measurement &m) {
+        return m.frames > 0 ? m.serverSeconds * 1000 / double(m.frames) : 0.0;
+    };
+    const auto fps = [](const Measurement &m) { return double(m.frames) / measureSeconds; };
+
+    std::printf("X server animation baseline: %.1f%% of a core (median of %d, subtracted below); "
+                "with the windows redirected but nothing captured: %.1f%%\n",
+                median(baselines) * 100.0, rounds, redirectedBaseline * 100.0);
+    std::printf("%-46s | %8s | %14s | %9s | %6s\n", "case (median of the rounds)", "ms/frame",
+                "range", "X server", "fps");
     for (const Row &row : rows) {
-        std::printf("%-10s | %14.3f | %14.3f | %14.3f | %10.1f | %10.1f\n", row.name,
-                    row.ours.perFrameMs(), row.ffmpeg.perFrameMs(), row.memcpyMs,
-                    double(row.ours.frames) / measureSeconds,
-                    double(row.ffmpeg.frames) / measureSeconds);
+        const std::vector<double> ms = of(row, perFrame);
+        std::printf("%-46s | %8.3f | %6.3f - %5.3f | %9.3f | %6.1f\n", row.name.c_str(), median(ms),
+                    *std::min_element(ms.begin(), ms.end()),
+                    *std::max_element(ms.begin(), ms.end()), median(of(row, serverPerFrame)),
+                    median(of(row, fps)));
     }
-    for (const Row &row : rows) {
-        std::printf("%-10s   X server part: ours %.3f ms/frame, ffmpeg %.3f ms/frame\n", row.name,
-                    row.ours.frames ? row.ours.serverSeconds * 1000 / double(row.ours.frames) : 0,
-                    row.ffmpeg.frames ? row.ffmpeg.serverSeconds * 1000 / double(row.ffmpeg.frames)
-                                      : 0);
-    }
+    std::printf("%-46s | %8.3f\n", "1920x1080 memcpy of the frame's bytes", memcpyPerFrameMs(full));
+    std::printf("%-46s | %8.3f\n", "1280x720  memcpy of the frame's bytes",
+                memcpyPerFrameMs(smaller));
     std::printf("idle: %ld frames in %.0f s of a static screen, %.2f s CPU (ours + X server)\n",
                 idle->frames, measureSeconds, idle->cpuSeconds);
-    // For comparison with measurements that count the redirection as part of the desktop
-    // rather than of the capture.
-    const double redirectionMsPerFrame =
-        rows[0].ours.frames > 0 ? std::max(0.0, redirectedBaseline - serverBaseline) *
-                                      measureSeconds * 1000.0 / double(rows[0].ours.frames)
-                                : 0;
-    std::printf(
-        "1920x1080 ours without the redirection's own copying: %.3f ms/frame (ratio %.3f)\n",
-        rows[0].ours.perFrameMs() - redirectionMsPerFrame,
-        rows[0].ffmpeg.perFrameMs() > 0
-            ? (rows[0].ours.perFrameMs() - redirectionMsPerFrame) / rows[0].ffmpeg.perFrameMs()
-            : 0);
-    const double ratio = rows[0].ffmpeg.perFrameMs() > 0
-                             ? rows[0].ours.perFrameMs() / rows[0].ffmpeg.perFrameMs()
-                             : 0;
-    std::printf("ratio_vs_ffmpeg_1080p=%.3f\n", ratio);
+    const double ffmpegMs = median(of(rows[2], perFrame));
+    const auto ratio = [&](const Row &row) {
+        return ffmpegMs > 0 ? median(of(row, perFrame)) / ffmpegMs : 0.0;
+    };
+    std::printf("ratio uncovered (the redirection's copy to the screen included): %.3f\n",
+                ratio(rows[1]));
+    std::printf("ratio_vs_ffmpeg_1080p=%.3f\n", ratio(rows[0]));
     std::printf("idle_cpu_percent=%.2f\n", idle->cpuSeconds / measureSeconds * 100.0);
     return 0;
 }
