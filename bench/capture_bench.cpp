@@ -3,8 +3,11 @@
 // whole screen changes every frame. Also the CPU a static screen costs while capturing.
 //
 // CPU is user + system time of the capturing process and of the X server (/proc/<pid>/stat),
-// less what the X server spends on the animation alone (measured first), divided by the
-// frames delivered. Prints a table, then ratio_vs_ffmpeg_1080p=R and idle_cpu_percent=P.
+// less what the X server spends on the animation alone (measured afresh in every round),
+// divided by the frames delivered. Ours is measured with the region under a window of this
+// process (as in overlay mode) and uncovered. Every case runs once per round (argument 1,
+// default 3); the table gives medians. The last two lines read ratio_vs_ffmpeg_1080p=R (the
+// covered region against ffmpeg) and idle_cpu_percent=P.
 #include "PatternWindow.h"
 #include "ProcessCpu.h"
 #include "XvfbServer.h"
