@@ -13,19 +13,25 @@ PreviewView::PreviewView(bool showsAuthoringChrome, QWidget *parent,
                          CaptureViewFactory makeCaptureView)
     : QWidget(parent)
 {
-    // Both views draw straight into a native window of their own, sparing their windows the
-    // composition of every frame; what lies above the picture is laid over it in the same
-    // pass (see below).
-    std::unique_ptr<GlCaptureView> captureView =
-        makeCaptureView ? makeCaptureView(this)
-                        : GlCaptureView::make(this, GlCaptureView::Surface::nativeWindow);
-    if (captureView) {
-        captureView->setParent(this);
-        captureView->onUnavailable = [this] { captureViewBecameUnavailable(); };
-        m_captureView = captureView.release(); // owned by this view from here on
-    } else {
-        m_message = unavailableMessage();
+    // The share view draws into a native OpenGL window of its own, where the viewers-only
+    // blur runs, sparing its window the composition of every frame; what lies above its
+    // picture is laid over it in the same pass (see below). The box's own view is never
+    // blurred, so it paints the picture with the raster painter: the window's shared-memory
+    // backing store then puts it on the screen with one copy, where a GL window costs a
+    // full-size fill by a software rasteriser and a copy of its own.
+    if (!showsAuthoringChrome) {
+        std::unique_ptr<GlCaptureView> captureView =
+            makeCaptureView ? makeCaptureView(this)
+                            : GlCaptureView::make(this, GlCaptureView::Surface::nativeWindow);
+        if (captureView) {
+            captureView->setParent(this);
+            captureView->onUnavailable = [this] { captureViewBecameUnavailable(); };
+            m_captureView = captureView.release(); // owned by this view from here on
+        } else {
+            m_message = unavailableMessage();
+        }
     }
+    m_paintsPicture = showsAuthoringChrome;
     if (showsAuthoringChrome) {
         m_scopeBorderView = new ScopeBorderView(this);
     }
@@ -43,13 +49,10 @@ PreviewView::PreviewView(bool showsAuthoringChrome, QWidget *parent,
             }
         };
     }
-    // A native capture window covers the outline and the canvas, so it paints them itself;
-    // they still show themselves while the picture is hidden (black, a message, selection).
+    // The share view's native capture window covers the canvas, so it paints the marks itself;
+    // the canvas still shows them while the picture is hidden (black, a message).
     if (GlCaptureView *view = m_captureView) {
         view->setOverlayPainter([this](QPainter &painter, QSizeF size) {
-            if (m_scopeBorderView != nullptr) {
-                m_scopeBorderView->paint(painter, size);
-            }
             AnnotationCanvasView::paintAnnotations(painter, m_annotationCanvas->annotations(),
                                                    size);
         });
@@ -116,8 +119,11 @@ void PreviewView::applyStyle()
 {
     if (m_style == Style::mirror) {
         setAttribute(Qt::WA_TranslucentBackground, false);
+        // Every pixel is painted here, so nothing beneath is painted (or cleared) first.
+        setAttribute(Qt::WA_OpaquePaintEvent, m_paintsPicture);
         setCaptureViewVisible(!m_message.has_value() && m_hasCapturedFrame);
     } else {
+        setAttribute(Qt::WA_OpaquePaintEvent, false);
         setAttribute(Qt::WA_TranslucentBackground, true);
         setCaptureViewVisible(false);
     }
@@ -129,6 +135,15 @@ void PreviewView::applyStyle()
 
 void PreviewView::setCapturedFrame(const CapturedFrame &frame)
 {
+    if (m_paintsPicture) {
+        m_frame = frame;
+        m_hasCapturedFrame = !frame.isNull();
+        m_message.reset();
+        if (m_style == Style::mirror) {
+            update();
+        }
+        return;
+    }
     if (!m_captureView) {
         return;
     }
@@ -147,7 +162,7 @@ void PreviewView::setCapturedFrame(const CapturedFrame &frame)
 
 void PreviewView::setCaptureMessage(const std::optional<QString> &message)
 {
-    if (!m_captureView) {
+    if (!m_captureView && !m_paintsPicture) {
         return;
     }
     m_message = message;
@@ -201,6 +216,17 @@ void PreviewView::paintEvent(QPaintEvent *)
         return;
     }
     QPainter painter(this);
+    if (m_paintsPicture && !m_message && !m_frame.isNull()) {
+        const QImage picture = m_frame.image();
+        if (picture.size() == size() * devicePixelRatio()) {
+            // Pixel for pixel: the raster painter copies the rows as they are.
+            painter.setCompositionMode(QPainter::CompositionMode_Source);
+        } else {
+            painter.setRenderHint(QPainter::SmoothPixmapTransform);
+        }
+        painter.drawImage(QRectF(rect()), picture);
+        return;
+    }
     painter.fillRect(rect(), Qt::black);
     if (!m_message) {
         return;

@@ -20,15 +20,17 @@ class ScopeBorderView;
 
 // Content of the frame window and of the share window: the captured picture at the back, the
 // region's outline (authoring instance only) above it and the annotation canvas on top, all
-// filling the view; a one-line message replaces the picture while there is none to show.
+// filling the view; a one-line message replaces the picture while there is none to show. The
+// share view draws its picture with OpenGL (it may be blurred for viewers); the authoring view,
+// never blurred, paints it with the raster painter and has no capture view.
 class PreviewView : public QWidget
 {
 public:
     using Style = PreviewStyle;
     using CaptureViewFactory = std::function<std::unique_ptr<GlCaptureView>(QWidget *parent)>;
 
-    // `makeCaptureView` defaults to GlCaptureView::make; when it gives none, the preview shows
-    // the OpenGL-unavailable message for its whole life.
+    // `makeCaptureView` (share view only) defaults to GlCaptureView::make; when it gives none,
+    // the preview shows the OpenGL-unavailable message for its whole life.
     explicit PreviewView(bool showsAuthoringChrome, QWidget *parent = nullptr,
                          CaptureViewFactory makeCaptureView = {});
     ~PreviewView() override;
@@ -74,6 +76,9 @@ private:
     AnnotationCanvasView *m_annotationCanvas = nullptr;
     bool m_hasCapturedFrame = false;
     bool m_wasShown = false;
+    // The authoring view paints the picture itself (see the constructor); it keeps the newest.
+    bool m_paintsPicture = false;
+    CapturedFrame m_frame;
 };
 
 } // namespace lookpane

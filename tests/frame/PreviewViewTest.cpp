@@ -1,5 +1,6 @@
 // The preview view and the scope border: picture, message, styles, banner, and marks on the
 // share view's blurred picture.
+#include "QtWait.h"
 #include "RenderTestSupport.h"
 #include "TestDisplay.h"
 #include "XReadback.h"
@@ -35,6 +36,18 @@ QImage screenOf(const QWidget &widget)
 {
     return grabScreenRect(testDisplay().displayName(),
                           QRect(widget.mapToGlobal(QPoint(0, 0)), widget.size()));
+}
+
+QImage solidPicture(QSize size, QColor colour)
+{
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(colour);
+    return image;
+}
+
+int pixelsNear(const QImage &image, const QRect &area, QColor colour, int tolerance)
+{
+    return area.width() * area.height() - countPixelsNotNear(image, area, colour, tolerance);
 }
 
 // Bounding box of the pixels brighter than `level` in every channel.
@@ -138,7 +151,7 @@ TEST(RenderPreview, MessageHidesThePictureUntilTheNextOneArrives)
 
 TEST(RenderPreview, SwitchingToSelectionHidesThePictureAndMirrorShowsItOnlyWhenThereIsOne)
 {
-    PreviewView preview(true);
+    PreviewView preview(false);
     preview.resize(320, 180);
     ASSERT_TRUE(showAndWait(preview, {0, 0}));
     GlCaptureView *capture = preview.captureView();
@@ -153,7 +166,6 @@ TEST(RenderPreview, SwitchingToSelectionHidesThePictureAndMirrorShowsItOnlyWhenT
     EXPECT_TRUE(capture->isVisible());
     preview.setPreviewStyle(PreviewStyle::selection);
     EXPECT_FALSE(capture->isVisible());
-    EXPECT_EQ(preview.scopeBorderView()->previewStyle(), PreviewStyle::selection);
     preview.setPreviewStyle(PreviewStyle::mirror);
     EXPECT_TRUE(capture->isVisible());
 
@@ -168,6 +180,44 @@ TEST(RenderPreview, SwitchingToSelectionHidesThePictureAndMirrorShowsItOnlyWhenT
     EXPECT_FALSE(capture->isVisible());
 }
 
+TEST(RenderPreview, TheAuthoringViewPaintsItsPictureOnlyInMirrorStyleAndWithoutAMessage)
+{
+    // Over a white window, so that what the authoring view leaves transparent shows white.
+    QWidget backdrop;
+    backdrop.setStyleSheet(QStringLiteral("background: white"));
+    backdrop.resize(320, 180);
+    PreviewView preview(true, &backdrop);
+    preview.setGeometry(backdrop.rect());
+    ASSERT_TRUE(showAndWait(backdrop, {0, 0}));
+    EXPECT_EQ(preview.captureView(), nullptr);
+    const QColor red(200, 40, 40);
+    const QRect middle(60, 50, 200, 80);
+    const auto redPixels = [&] { return pixelsNear(screenOf(preview), middle, red, 3); };
+
+    preview.setCapturedFrame(CapturedFrame::fromImage(solidPicture({320, 180}, red)));
+    ASSERT_TRUE(waitUntil([&] { return redPixels() == middle.width() * middle.height(); }));
+    preview.setPreviewStyle(PreviewStyle::selection);
+    EXPECT_EQ(preview.scopeBorderView()->previewStyle(), PreviewStyle::selection);
+    ASSERT_TRUE(waitUntil(
+        [&] { return countPixelsNotNear(screenOf(preview), middle, Qt::white, 3) == 0; }));
+    // A picture arriving in selection style stays hidden.
+    preview.setCapturedFrame(CapturedFrame::fromImage(solidPicture({320, 180}, red)));
+    spinFor(200);
+    EXPECT_EQ(redPixels(), 0);
+
+    preview.setPreviewStyle(PreviewStyle::mirror);
+    ASSERT_TRUE(waitUntil([&] { return redPixels() == middle.width() * middle.height(); }));
+    preview.setCaptureMessage(QStringLiteral("Capture paused"));
+    ASSERT_TRUE(waitUntil([&] {
+        return countPixelsNotNear(screenOf(preview), QRect(0, 0, 320, 40), Qt::black, 0) <
+               320 * 40 / 4;
+    }));
+    EXPECT_EQ(redPixels(), 0);
+    preview.setCapturedFrame(CapturedFrame::fromImage(solidPicture({320, 180}, red)));
+    EXPECT_FALSE(preview.message().has_value());
+    ASSERT_TRUE(waitUntil([&] { return redPixels() == middle.width() * middle.height(); }));
+}
+
 TEST(RenderPreview, SubviewsAreStackedPictureBorderCanvasAndFillTheView)
 {
     PreviewView authoring(true);
@@ -175,14 +225,22 @@ TEST(RenderPreview, SubviewsAreStackedPictureBorderCanvasAndFillTheView)
     ASSERT_TRUE(showAndWait(authoring, {0, 0}));
     const QObjectList children = authoring.children();
     const auto indexOf = [&](QObject *o) { return children.indexOf(o); };
-    EXPECT_LT(indexOf(authoring.captureView()), indexOf(authoring.scopeBorderView()));
+    // The authoring view paints the picture itself, beneath every child.
+    EXPECT_EQ(authoring.captureView(), nullptr);
     EXPECT_LT(indexOf(authoring.scopeBorderView()), indexOf(authoring.annotationCanvas()));
     EXPECT_EQ(authoring.annotationCanvas()->geometry(), authoring.rect());
     EXPECT_EQ(authoring.scopeBorderView()->geometry(), authoring.rect());
-    EXPECT_EQ(authoring.captureView()->geometry(), authoring.rect());
 
     PreviewView share(false);
+    share.resize(300, 200);
+    ASSERT_TRUE(showAndWait(share, {0, 320}));
     EXPECT_EQ(share.scopeBorderView(), nullptr);
+    const QObjectList shareChildren = share.children();
+    ASSERT_NE(share.captureView(), nullptr);
+    EXPECT_LT(shareChildren.indexOf(share.captureView()),
+              shareChildren.indexOf(share.annotationCanvas()));
+    EXPECT_EQ(share.captureView()->geometry(), share.rect());
+    EXPECT_EQ(share.annotationCanvas()->geometry(), share.rect());
 }
 
 TEST(RenderPreview, OnlyTheAuthoringCanvasReportsDraftsAndCommits)
