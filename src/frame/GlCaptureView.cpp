@@ -52,6 +52,11 @@ bool canRenderHere()
 
 } // namespace
 
+bool GlCaptureView::canRender()
+{
+    return canRenderHere();
+}
+
 std::unique_ptr<GlCaptureView> GlCaptureView::make(QWidget *parent, Surface surface)
 {
     if (!canRenderHere()) {

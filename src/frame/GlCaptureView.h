@@ -45,6 +45,9 @@ public:
                                                Surface surface = Surface::composed);
     ~GlCaptureView() override;
 
+    // Whether this computer can run the view's OpenGL programs (what make() checks first).
+    static bool canRender();
+
     // The OpenGL version and buffers the renderer needs.
     static QSurfaceFormat surfaceFormat();
 

@@ -30,8 +30,12 @@ PreviewView::PreviewView(bool showsAuthoringChrome, QWidget *parent,
         } else {
             m_message = unavailableMessage();
         }
+    } else if (makeCaptureView ? makeCaptureView(nullptr) != nullptr : GlCaptureView::canRender()) {
+        m_paintsPicture = true;
+    } else {
+        // Both views tell the user alike that this computer cannot show the preview.
+        m_message = unavailableMessage();
     }
-    m_paintsPicture = showsAuthoringChrome;
     if (showsAuthoringChrome) {
         m_scopeBorderView = new ScopeBorderView(this);
     }

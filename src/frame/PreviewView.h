@@ -29,8 +29,9 @@ public:
     using Style = PreviewStyle;
     using CaptureViewFactory = std::function<std::unique_ptr<GlCaptureView>(QWidget *parent)>;
 
-    // `makeCaptureView` (share view only) defaults to GlCaptureView::make; when it gives none,
-    // the preview shows the OpenGL-unavailable message for its whole life.
+    // `makeCaptureView` defaults to GlCaptureView::make; when it gives none, the preview shows
+    // the OpenGL-unavailable message for its whole life. (The authoring view only asks it
+    // whether a view can be made, and drops the one it gets.)
     explicit PreviewView(bool showsAuthoringChrome, QWidget *parent = nullptr,
                          CaptureViewFactory makeCaptureView = {});
     ~PreviewView() override;

@@ -35,13 +35,12 @@ public:
     static QFont bannerFont();
     static QString bannerText();
 
-    // Paints the outline (and the banner) for a view of `size`, as this view shows it.
-    void paint(QPainter &painter, QSizeF size) const;
-
 protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
+    // Paints the outline (and the banner) for a view of `size`.
+    void paint(QPainter &painter, QSizeF size) const;
     void drawBanner(QPainter &painter, QRectF outline) const;
 
     PreviewStyle m_style = PreviewStyle::mirror;

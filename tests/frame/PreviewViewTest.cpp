@@ -69,22 +69,24 @@ QRect brightBox(const QImage &image, int level)
 
 TEST(RenderPreview, WithoutOpenGLShowsTheUnavailableMessageForItsWholeLife)
 {
-    PreviewView preview(false, nullptr, noOpenGL);
-    EXPECT_EQ(preview.captureView(), nullptr);
-    EXPECT_EQ(
-        preview.message(),
-        QStringLiteral("This computer can't render the Lookpane preview (OpenGL is unavailable)"));
-    preview.setCapturedFrame(CapturedFrame::fromImage(finePrintPicture({64, 36})));
-    preview.setCaptureMessage(QStringLiteral("Capture stopped"));
-    preview.setCaptureMessage(std::nullopt);
-    EXPECT_FALSE(preview.hasCapturedFrame());
-    EXPECT_EQ(preview.message(), PreviewView::unavailableMessage());
+    for (const bool authoring : {false, true}) {
+        PreviewView preview(authoring, nullptr, noOpenGL);
+        EXPECT_EQ(preview.captureView(), nullptr);
+        EXPECT_EQ(preview.message(),
+                  QStringLiteral(
+                      "This computer can't render the Lookpane preview (OpenGL is unavailable)"));
+        preview.setCapturedFrame(CapturedFrame::fromImage(finePrintPicture({64, 36})));
+        preview.setCaptureMessage(QStringLiteral("Capture stopped"));
+        preview.setCaptureMessage(std::nullopt);
+        EXPECT_FALSE(preview.hasCapturedFrame());
+        EXPECT_EQ(preview.message(), PreviewView::unavailableMessage());
 
-    preview.resize(720, 200);
-    ASSERT_TRUE(showAndWait(preview, {0, 0}));
-    const QImage shot = preview.grab().toImage();
-    saveScreenshot(shot, "preview-no-opengl");
-    EXPECT_FALSE(brightBox(shot, 200).isEmpty());
+        preview.resize(720, 200);
+        ASSERT_TRUE(showAndWait(preview, {0, 0}));
+        const QImage shot = preview.grab().toImage();
+        saveScreenshot(shot, authoring ? "authoring-no-opengl" : "preview-no-opengl");
+        EXPECT_FALSE(brightBox(shot, 200).isEmpty());
+    }
 }
 
 TEST(RenderPreview, MessageIsDrawnCentredOnOneLine)
