@@ -133,7 +133,6 @@ Result run(QSize box, bool blur, double measureSeconds)
     environment.environment["QT_QPA_PLATFORM"] = "xcb";
     environment.environment["XDG_CONFIG_HOME"] = config.path().toStdString();
     environment.unset = {"WAYLAND_DISPLAY", "XAUTHORITY", "SESSION_MANAGER"};
-    environment.quiet = std::getenv("LOOKPANE_TRACE_GL") == nullptr;
     ChildProcess lookpane({lookpaneExecutable()}, environment);
     const std::optional<WindowInfo> share =
         waitForViewableRole(display, QStringLiteral("share"), 20000);
