@@ -27,18 +27,6 @@ QImage screenOf(const QWidget &widget)
                           QRect(widget.mapToGlobal(QPoint(0, 0)), widget.size()));
 }
 
-QImage solidPicture(QSize size, QColor colour)
-{
-    QImage image(size, QImage::Format_RGB32);
-    image.fill(colour);
-    return image;
-}
-
-int pixelsNear(const QImage &image, const QRect &area, QColor colour, int tolerance)
-{
-    return area.width() * area.height() - countPixelsNotNear(image, area, colour, tolerance);
-}
-
 } // namespace
 
 TEST(RenderCaptureWindow, TheShareViewDrawsIntoANativeWindowThatTakesNoInput)

@@ -38,18 +38,6 @@ QImage screenOf(const QWidget &widget)
                           QRect(widget.mapToGlobal(QPoint(0, 0)), widget.size()));
 }
 
-QImage solidPicture(QSize size, QColor colour)
-{
-    QImage image(size, QImage::Format_RGB32);
-    image.fill(colour);
-    return image;
-}
-
-int pixelsNear(const QImage &image, const QRect &area, QColor colour, int tolerance)
-{
-    return area.width() * area.height() - countPixelsNotNear(image, area, colour, tolerance);
-}
-
 // Bounding box of the pixels brighter than `level` in every channel.
 QRect brightBox(const QImage &image, int level)
 {

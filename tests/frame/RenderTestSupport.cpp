@@ -1,5 +1,7 @@
 #include "RenderTestSupport.h"
 
+#include "XReadback.h"
+
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QDir>
@@ -101,6 +103,18 @@ void saveScreenshot(const QImage &image, const char *name)
     }
     QDir().mkpath(QString::fromLocal8Bit(folder));
     image.save(QDir(QString::fromLocal8Bit(folder)).filePath(QString::fromLatin1(name) + ".png"));
+}
+
+QImage solidPicture(QSize size, QColor colour)
+{
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(colour);
+    return image;
+}
+
+int pixelsNear(const QImage &image, const QRect &area, QColor colour, int tolerance)
+{
+    return area.width() * area.height() - countPixelsNotNear(image, area, colour, tolerance);
 }
 
 } // namespace lookpane::testing

@@ -3,7 +3,9 @@
 #include "ImageMetrics.h"
 #include "QtWait.h"
 
+#include <QColor>
 #include <QImage>
+#include <QRect>
 #include <QSize>
 
 #include <functional>
@@ -18,6 +20,10 @@ namespace lookpane::testing {
 QImage finePrintPicture(QSize size);
 // Large coloured blocks with captions, as a window layout looks (for looking at the result).
 QImage colouredBlocksPicture(QSize size);
+// One colour all over.
+QImage solidPicture(QSize size, QColor colour);
+// How many pixels of `area` are within `tolerance` of `colour` in every channel.
+int pixelsNear(const QImage &image, const QRect &area, QColor colour, int tolerance);
 
 // Shows a top-level widget at `position` on the private server and waits until it is exposed.
 bool showAndWait(QWidget &widget, QPoint position);
