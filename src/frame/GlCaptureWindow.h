@@ -14,7 +14,7 @@ class QPainter;
 namespace lookpane {
 
 // The capture picture drawn straight into a native OpenGL window of its own, with what
-// belongs above it (the outline, the annotation marks) laid over it in the same pass. A
+// belongs above it (the annotation marks) laid over it in the same pass. A
 // QOpenGLWidget is drawn into a texture and then composed into its top-level window with every
 // other widget; on a software rasteriser that composition costs more than the picture itself. The
 // window never takes input: clicks fall through to the widget that holds it.

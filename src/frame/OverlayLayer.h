@@ -12,10 +12,10 @@ class QPainter;
 
 namespace lookpane {
 
-// What a native capture window shows above its picture (the outline, the banner, the marks),
-// painted by Qt's raster painter into an image whenever it changes and laid over each drawn
-// picture as a texture. Only the parts of the image that hold something are drawn, so a view
-// with no marks pays nothing and the outline costs a thin band along the edges. Painting on
+// What a native capture window shows above its picture (the annotation marks), painted by
+// Qt's raster painter into an image whenever it changes and laid over each drawn picture as a
+// texture. Only the 16-pixel tiles of the image that hold something are drawn, so a view with
+// no marks pays nothing and a mark costs about its own area. Painting on
 // the CPU also spares the window a stencil buffer, without which a software rasteriser fills
 // the picture itself on its fast path. Lives in one GL context, current for every call.
 class OverlayLayer : protected QOpenGLExtraFunctions
