@@ -67,9 +67,6 @@ PreviewView::PreviewView(bool showsAuthoringChrome, QWidget *parent,
         }
     };
     m_annotationCanvas->onAnnotationsChanged = overlayChanged;
-    if (m_scopeBorderView != nullptr) {
-        m_scopeBorderView->onAppearanceChanged = overlayChanged;
-    }
     applyStyle();
 }
 

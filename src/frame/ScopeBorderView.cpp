@@ -25,9 +25,6 @@ void ScopeBorderView::setPreviewStyle(PreviewStyle style)
     }
     m_style = style;
     update();
-    if (onAppearanceChanged) {
-        onAppearanceChanged();
-    }
 }
 
 void ScopeBorderView::setPrivacyBlurActive(bool active)
@@ -37,9 +34,6 @@ void ScopeBorderView::setPrivacyBlurActive(bool active)
     }
     m_privacyBlurActive = active;
     update();
-    if (onAppearanceChanged) {
-        onAppearanceChanged();
-    }
 }
 
 QRectF ScopeBorderView::outlineRect(QRectF bounds)

@@ -5,7 +5,6 @@
 #include <QFont>
 #include <QWidget>
 
-#include <functional>
 #include <optional>
 
 namespace lookpane {
@@ -16,10 +15,6 @@ class ScopeBorderView : public QWidget
 {
 public:
     explicit ScopeBorderView(QWidget *parent = nullptr);
-
-    // Called after what the outline looks like changed (a surface that paints it itself
-    // follows it).
-    std::function<void()> onAppearanceChanged;
 
     void setPreviewStyle(PreviewStyle style);
     PreviewStyle previewStyle() const { return m_style; }
