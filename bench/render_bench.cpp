@@ -195,8 +195,8 @@ double shareViewFps(QSize size, bool blur, double seconds, bool canvasShown = tr
         share.setCapturedFrame(frames[static_cast<std::size_t>(++delivered % 2)]);
     };
     // The share view swaps its own native window; a composed view swaps with its window.
-    if (GlCaptureWindow *window = view->nativeWindow()) {
-        QObject::connect(window, &QOpenGLWindow::frameSwapped, nextPicture);
+    if (CaptureWindow *window = view->captureWindow()) {
+        window->onPresented = nextPicture;
     } else {
         QObject::connect(view, &QOpenGLWidget::frameSwapped, nextPicture);
     }

@@ -1,9 +1,11 @@
 #include "frame/GlCaptureView.h"
 
 #include "frame/GlCaptureWindow.h"
+#include "frame/RasterCaptureWindow.h"
 
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
+#include <QOpenGLFunctions>
 #include <QResizeEvent>
 #include <QTimer>
 
@@ -50,7 +52,35 @@ bool canRenderHere()
     return ok;
 }
 
+// Whether this computer's OpenGL draws on the CPU (Mesa's llvmpipe or softpipe, or another
+// software renderer).
+bool isSoftwareRasteriser()
+{
+    QOpenGLContext context;
+    context.setFormat(GlCaptureView::surfaceFormat());
+    if (!context.create()) {
+        return false;
+    }
+    QOffscreenSurface surface;
+    surface.setFormat(context.format());
+    surface.create();
+    if (!surface.isValid() || !context.makeCurrent(&surface)) {
+        return false;
+    }
+    const auto *renderer =
+        reinterpret_cast<const char *>(context.functions()->glGetString(GL_RENDERER));
+    const QString name = QString::fromLatin1(renderer != nullptr ? renderer : "").toLower();
+    context.doneCurrent();
+    return name.contains(QLatin1String("llvmpipe")) || name.contains(QLatin1String("softpipe")) ||
+           name.contains(QLatin1String("software"));
+}
+
 } // namespace
+
+GlCaptureView::Surface GlCaptureView::preferredWindowSurface()
+{
+    return isSoftwareRasteriser() ? Surface::rasterWindow : Surface::nativeWindow;
+}
 
 bool GlCaptureView::canRender()
 {
@@ -73,16 +103,25 @@ GlCaptureView::GlCaptureView(QWidget *parent, Surface surface) : QOpenGLWidget(p
     // The framebuffer keeps its picture between draws, so Qt can compose or grab the view
     // again without the picture being drawn again.
     setUpdateBehavior(QOpenGLWidget::PartialUpdate);
-    if (surface == Surface::nativeWindow) {
-        auto *window = new GlCaptureWindow;
-        window->onUnavailable = [this] { becomeUnavailable(); };
+    if (surface != Surface::composed) {
+        QWindow *native = nullptr;
+        if (surface == Surface::rasterWindow) {
+            auto *window = new RasterCaptureWindow;
+            native = window;
+            m_window = window;
+        } else {
+            auto *window = new GlCaptureWindow;
+            native = window;
+            m_window = window;
+        }
+        m_window->onUnavailable = [this] { becomeUnavailable(); };
         // The container owns the window and shows, hides and places it with this view.
-        m_container = QWidget::createWindowContainer(window, this);
+        m_container = QWidget::createWindowContainer(native, this);
         m_container->setAttribute(Qt::WA_TransparentForMouseEvents);
         m_container->setFocusPolicy(Qt::NoFocus);
         m_container->setGeometry(rect());
-        m_window = window;
     }
+    m_surface = surface;
 }
 
 GlCaptureView::~GlCaptureView()

@@ -3,6 +3,7 @@
 #include "capture/CapturedFrame.h"
 #include "frame/BlurParameters.h"
 #include "frame/CaptureRenderer.h"
+#include "frame/CaptureWindow.h"
 #include "model/BlurStrength.h"
 
 #include <QOpenGLWidget>
@@ -15,8 +16,6 @@ class QPainter;
 
 namespace lookpane {
 
-class GlCaptureWindow;
-
 // Draws the newest captured picture stretched over the view, with the viewers-only privacy
 // blur when it is on. Draws on demand: once per new picture and once per change that alters
 // the output, never while nothing changes. With blur wanted but no mip chain to read, it
@@ -27,7 +26,9 @@ class GlCaptureWindow;
 // hands the picture, its settings and the marks to a native OpenGL window that fills it and
 // draws them in one pass, without the composition; nothing shows above it, so what belongs
 // there is painted in the same pass, and it takes no input (clicks reach the widgets of the
-// window as if it were not there).
+// window as if it were not there). A `rasterWindow` view does the same with a native window
+// that shows the picture through Qt's raster backing store and runs only the blur's small
+// passes in OpenGL (see RasterCaptureWindow), for software rasterisers.
 class GlCaptureView : public QOpenGLWidget
 {
     Q_OBJECT
@@ -36,7 +37,8 @@ public:
     enum class Surface
     {
         composed,
-        nativeWindow
+        nativeWindow,
+        rasterWindow
     };
 
     // The view, or none when this computer cannot run its OpenGL programs (no OpenGL 3.3 /
@@ -51,12 +53,15 @@ public:
     // The OpenGL version and buffers the renderer needs.
     static QSurfaceFormat surfaceFormat();
 
-    Surface surface() const
-    {
-        return m_window != nullptr ? Surface::nativeWindow : Surface::composed;
-    }
-    // The native window that draws a `nativeWindow` view; none for a composed one.
-    GlCaptureWindow *nativeWindow() const { return m_window; }
+    // The surface this computer draws a window's picture best with: `rasterWindow` where
+    // OpenGL is a software rasteriser, `nativeWindow` elsewhere.
+    static Surface preferredWindowSurface();
+
+    Surface surface() const { return m_surface; }
+    // The native window that draws a `nativeWindow` or `rasterWindow` view; none for a
+    // composed one.
+    QWindow *nativeWindow() const { return m_window != nullptr ? m_window->window() : nullptr; }
+    CaptureWindow *captureWindow() const { return m_window; }
     // What a `nativeWindow` view paints over its picture in the same pass (logical
     // coordinates, y down), and the request to paint it again after it changed. A composed
     // view leaves that to the widgets above it and ignores both.
@@ -123,8 +128,9 @@ private:
     bool m_unavailable = false;
     int m_drawCount = 0;
     DrawResult m_lastDraw;
+    Surface m_surface = Surface::composed;
     // Owned by m_container, its child.
-    GlCaptureWindow *m_window = nullptr;
+    CaptureWindow *m_window = nullptr;
     QWidget *m_container = nullptr;
 };
 

@@ -14,6 +14,11 @@ GlCaptureWindow::GlCaptureWindow() : QOpenGLWindow(QOpenGLWindow::NoPartialUpdat
     // OverlayLayer), and without them a software rasteriser fills the picture on its fast path.
     setFormat(GlCaptureView::surfaceFormat());
     setFlag(Qt::WindowTransparentForInput);
+    connect(this, &QOpenGLWindow::frameSwapped, this, [this] {
+        if (onPresented) {
+            onPresented();
+        }
+    });
 }
 
 GlCaptureWindow::~GlCaptureWindow()

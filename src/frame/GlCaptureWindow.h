@@ -2,6 +2,7 @@
 
 #include "capture/CapturedFrame.h"
 #include "frame/CaptureRenderer.h"
+#include "frame/CaptureWindow.h"
 #include "frame/OverlayLayer.h"
 
 #include <QOpenGLWindow>
@@ -18,29 +19,26 @@ namespace lookpane {
 // QOpenGLWidget is drawn into a texture and then composed into its top-level window with every
 // other widget; on a software rasteriser that composition costs more than the picture itself. The
 // window never takes input: clicks fall through to the widget that holds it.
-class GlCaptureWindow : public QOpenGLWindow
+class GlCaptureWindow : public QOpenGLWindow, public CaptureWindow
 {
 public:
     GlCaptureWindow();
     ~GlCaptureWindow() override;
 
-    // Called (once, from the event loop) when the window's context cannot run the programs.
-    std::function<void()> onUnavailable;
+    QWindow *window() override { return this; }
 
     // Each setter asks for one draw; nothing is drawn while nothing changes.
-    void setFrame(const CapturedFrame &frame);
-    void setRenderSettings(const RenderSettings &settings);
-    void setMaximumMipChainSide(int pixels);
-    // Paints over the picture after every draw (logical coordinates, y down); a change of
-    // what it paints needs updateOverlay().
-    void setOverlayPainter(std::function<void(QPainter &, QSizeF)> painter);
-    void updateOverlay();
+    void setFrame(const CapturedFrame &frame) override;
+    void setRenderSettings(const RenderSettings &settings) override;
+    void setMaximumMipChainSide(int pixels) override;
+    void setOverlayPainter(std::function<void(QPainter &, QSizeF)> painter) override;
+    void updateOverlay() override;
 
-    bool hasRenderedFrame() const { return m_hasRenderedFrame; }
-    bool isUnavailable() const { return m_unavailable; }
-    int drawCount() const { return m_drawCount; }
-    const DrawResult &lastDraw() const { return m_lastDraw; }
-    bool hasMipChain() const { return m_renderer && m_renderer->hasMipChain(); }
+    bool hasRenderedFrame() const override { return m_hasRenderedFrame; }
+    bool isUnavailable() const override { return m_unavailable; }
+    int drawCount() const override { return m_drawCount; }
+    const DrawResult &lastDraw() const override { return m_lastDraw; }
+    bool hasMipChain() const override { return m_renderer && m_renderer->hasMipChain(); }
 
 protected:
     void initializeGL() override;

@@ -13,16 +13,17 @@ PreviewView::PreviewView(bool showsAuthoringChrome, QWidget *parent,
                          CaptureViewFactory makeCaptureView)
     : QWidget(parent)
 {
-    // The share view draws into a native OpenGL window of its own, where the viewers-only
-    // blur runs, sparing its window the composition of every frame; what lies above its
-    // picture is laid over it in the same pass (see below). The box's own view is never
+    // The share view draws into a native window of its own (OpenGL, or the raster backing
+    // store where OpenGL is a software rasteriser), where the viewers-only blur runs, sparing
+    // its window the composition of every frame; what lies above its picture is laid over it
+    // in the same pass (see below). The box's own view is never
     // blurred, so it paints the picture with the raster painter: the window's shared-memory
     // backing store then puts it on the screen with one copy, where a GL window costs a
     // full-size fill by a software rasteriser and a copy of its own.
     if (!showsAuthoringChrome) {
         std::unique_ptr<GlCaptureView> captureView =
             makeCaptureView ? makeCaptureView(this)
-                            : GlCaptureView::make(this, GlCaptureView::Surface::nativeWindow);
+                            : GlCaptureView::make(this, GlCaptureView::preferredWindowSurface());
         if (captureView) {
             captureView->setParent(this);
             captureView->onUnavailable = [this] { captureViewBecameUnavailable(); };

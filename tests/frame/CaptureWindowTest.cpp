@@ -7,7 +7,6 @@
 
 #include "annotation/AnnotationCanvasView.h"
 #include "frame/GlCaptureView.h"
-#include "frame/GlCaptureWindow.h"
 #include "frame/PreviewView.h"
 #include "frame/ScopeBorderView.h"
 #include "model/SystemColors.h"
@@ -15,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <QImage>
+#include <QWindow>
 
 using namespace lookpane;
 using namespace lookpane::testing;
@@ -27,25 +27,55 @@ QImage screenOf(const QWidget &widget)
                           QRect(widget.mapToGlobal(QPoint(0, 0)), widget.size()));
 }
 
+// A share view drawing through the native window of `surface`.
+PreviewView::CaptureViewFactory surfaceOf(GlCaptureView::Surface surface)
+{
+    return [surface](QWidget *parent) { return GlCaptureView::make(parent, surface); };
+}
+
+std::string surfaceName(const ::testing::TestParamInfo<GlCaptureView::Surface> &info)
+{
+    return info.param == GlCaptureView::Surface::rasterWindow ? "Raster" : "OpenGL";
+}
+
+// The share view's tests run on both native window surfaces.
+class ShareWindow : public ::testing::TestWithParam<GlCaptureView::Surface>
+{};
+
 } // namespace
 
-TEST(RenderCaptureWindow, TheShareViewDrawsIntoANativeWindowThatTakesNoInput)
+INSTANTIATE_TEST_SUITE_P(RenderCaptureWindow, ShareWindow,
+                         ::testing::Values(GlCaptureView::Surface::nativeWindow,
+                                           GlCaptureView::Surface::rasterWindow),
+                         surfaceName);
+
+TEST_P(ShareWindow, DrawsIntoANativeWindowThatTakesNoInput)
 {
-    PreviewView share(false);
+    PreviewView share(false, nullptr, surfaceOf(GetParam()));
     GlCaptureView *shareCapture = share.captureView();
     ASSERT_TRUE(shareCapture != nullptr);
 
-    EXPECT_EQ(shareCapture->surface(), GlCaptureView::Surface::nativeWindow);
-    ASSERT_NE(shareCapture->nativeWindow(), nullptr);
-    EXPECT_TRUE(shareCapture->nativeWindow()->flags().testFlag(Qt::WindowTransparentForInput));
+    EXPECT_EQ(shareCapture->surface(), GetParam());
+    QWindow *native = shareCapture->nativeWindow();
+    ASSERT_NE(native, nullptr);
+    EXPECT_TRUE(native->flags().testFlag(Qt::WindowTransparentForInput));
 
     share.resize(320, 180);
     share.setCapturedFrame(CapturedFrame::fromImage(solidPicture({320, 180}, QColor(200, 40, 40))));
     ASSERT_TRUE(showAndWait(share, {0, 0}));
     ASSERT_TRUE(waitUntil([&] { return shareCapture->hasRenderedFrame(); }));
-    EXPECT_TRUE(shareCapture->nativeWindow()->isExposed());
-    EXPECT_EQ(shareCapture->nativeWindow()->size(), share.size());
+    EXPECT_TRUE(native->isExposed());
+    EXPECT_EQ(native->size(), share.size());
     EXPECT_TRUE(shareCapture->lastDraw().drewPicture);
+}
+
+TEST(RenderCaptureWindow, TheShareViewDrawsThroughTheRasterWindowOnASoftwareRasteriser)
+{
+    // The private X server's OpenGL is Mesa's llvmpipe.
+    EXPECT_EQ(GlCaptureView::preferredWindowSurface(), GlCaptureView::Surface::rasterWindow);
+    PreviewView share(false);
+    ASSERT_NE(share.captureView(), nullptr);
+    EXPECT_EQ(share.captureView()->surface(), GlCaptureView::Surface::rasterWindow);
 }
 
 TEST(RenderCaptureWindow, TheAuthoringViewShowsEachPicturePixelForPixelWithoutOpenGL)
@@ -78,9 +108,9 @@ TEST(RenderCaptureWindow, TheAuthoringViewShowsEachPicturePixelForPixelWithoutOp
     ASSERT_TRUE(waitUntil([&] { return differing(blocks) == 0; })) << differing(blocks);
 }
 
-TEST(RenderCaptureWindow, EachPictureIsDrawnAndNothingIsDrawnWhileNothingChanges)
+TEST_P(ShareWindow, EachPictureIsDrawnAndNothingIsDrawnWhileNothingChanges)
 {
-    PreviewView share(false);
+    PreviewView share(false, nullptr, surfaceOf(GetParam()));
     share.resize(320, 180);
     ASSERT_TRUE(showAndWait(share, {0, 0}));
     GlCaptureView *capture = share.captureView();
@@ -103,9 +133,9 @@ TEST(RenderCaptureWindow, EachPictureIsDrawnAndNothingIsDrawnWhileNothingChanges
     EXPECT_GT(capture->drawCount(), settled);
 }
 
-TEST(RenderCaptureWindow, MarksArePaintedOverThePictureAndGoWhenCleared)
+TEST_P(ShareWindow, MarksArePaintedOverThePictureAndGoWhenCleared)
 {
-    PreviewView share(false);
+    PreviewView share(false, nullptr, surfaceOf(GetParam()));
     share.resize(640, 360);
     ASSERT_TRUE(showAndWait(share, {0, 0}));
     const QColor grey(128, 128, 128);
@@ -127,9 +157,9 @@ TEST(RenderCaptureWindow, MarksArePaintedOverThePictureAndGoWhenCleared)
     }));
 }
 
-TEST(RenderCaptureWindow, AMessageHidesTheNativePictureAndTheNextPictureBringsItBack)
+TEST_P(ShareWindow, AMessageHidesTheNativePictureAndTheNextPictureBringsItBack)
 {
-    PreviewView share(false);
+    PreviewView share(false, nullptr, surfaceOf(GetParam()));
     share.resize(320, 180);
     ASSERT_TRUE(showAndWait(share, {0, 0}));
     GlCaptureView *capture = share.captureView();
@@ -139,14 +169,16 @@ TEST(RenderCaptureWindow, AMessageHidesTheNativePictureAndTheNextPictureBringsIt
     ASSERT_TRUE(waitUntil(
         [&] { return pixelsNear(screenOf(share), QRect(0, 0, 320, 60), red, 3) == 320 * 60; }));
 
+    QWindow *native = capture->nativeWindow();
+    ASSERT_NE(native, nullptr);
     share.setCaptureMessage(QStringLiteral("Capture paused"));
-    EXPECT_FALSE(capture->nativeWindow()->isVisible());
+    EXPECT_FALSE(native->isVisible());
     ASSERT_TRUE(waitUntil([&] {
         return countPixelsNotNear(screenOf(share), QRect(0, 0, 320, 60), Qt::black, 0) == 0;
     }));
 
     share.setCapturedFrame(CapturedFrame::fromImage(solidPicture({320, 180}, red)));
-    EXPECT_TRUE(capture->nativeWindow()->isVisible());
+    EXPECT_TRUE(native->isVisible());
     ASSERT_TRUE(waitUntil(
         [&] { return pixelsNear(screenOf(share), QRect(0, 0, 320, 60), red, 3) == 320 * 60; }));
 }
@@ -210,4 +242,76 @@ TEST(RenderCaptureWindow, TheOutlineAndItsBannerArePaintedOverTheAuthoringPictur
     authoring.scopeBorderView()->setPrivacyBlurActive(false);
     ASSERT_TRUE(waitUntil(
         [&] { return pixelsNear(screenOf(authoring), pill, SystemColors::orange, 24) == 0; }));
+}
+
+TEST_P(ShareWindow, BlurHidesTheFinePrintAndMatchesTheOpenGLWindowsPicture)
+{
+    const QImage picture = finePrintPicture({640, 360});
+    const auto blurredShare = [&](PreviewView &share, QPoint at) {
+        share.resize(640, 360);
+        GlCaptureView *capture = share.captureView();
+        capture->setCaptureScale(1.0);
+        capture->setBlurEnabled(true);
+        share.setCapturedFrame(CapturedFrame::fromImage(picture));
+        return showAndWait(share, at) && waitUntil([&] { return capture->hasRenderedFrame(); });
+    };
+    PreviewView share(false, nullptr, surfaceOf(GetParam()));
+    ASSERT_TRUE(blurredShare(share, {0, 0}));
+    PreviewView reference(false, nullptr, surfaceOf(GlCaptureView::Surface::nativeWindow));
+    ASSERT_TRUE(blurredShare(reference, {0, 400}));
+    // Light reads one whole level of the chain; strong blends two.
+    for (const BlurStrength strength : {BlurStrength::light, BlurStrength::strong}) {
+        share.setBlurStrength(strength);
+        reference.setBlurStrength(strength);
+        ASSERT_TRUE(waitUntil([&] {
+            return share.captureView()->hasRenderedFrame() &&
+                   reference.captureView()->hasRenderedFrame();
+        }));
+        spinFor(200);
+        const QImage shown = screenOf(share);
+        const QImage expected = screenOf(reference);
+        const bool raster = GetParam() == GlCaptureView::Surface::rasterWindow;
+        const bool light = strength == BlurStrength::light;
+        saveScreenshot(shown,
+                       raster ? (light ? "share-blur-raster-light" : "share-blur-raster-strong")
+                              : (light ? "share-blur-opengl-light" : "share-blur-opengl-strong"));
+        EXPECT_EQ(share.captureView()->lastDraw().state, BlurState::blur);
+        EXPECT_EQ(share.captureView()->lastDraw().effects.y(),
+                  reference.captureView()->lastDraw().effects.y());
+        // The fine print is gone...
+        EXPECT_LE(laplacianEnergy(shown), laplacianEnergy(picture) * 0.02);
+        // ...and the blurred picture is the one the OpenGL window draws, within a few levels
+        // (a blend of two levels rounds the upper one differently: halved on the GPU there).
+        EXPECT_LE(maxBlockMeanDifference(shown, expected, 8), light ? 2 : 4);
+        int far = 0;
+        for (int y = 0; y < shown.height(); ++y) {
+            for (int x = 0; x < shown.width(); ++x) {
+                const QColor a = shown.pixelColor(x, y);
+                const QColor b = expected.pixelColor(x, y);
+                far += std::abs(a.red() - b.red()) > 6 || std::abs(a.green() - b.green()) > 6 ||
+                               std::abs(a.blue() - b.blue()) > 6
+                           ? 1
+                           : 0;
+            }
+        }
+        EXPECT_EQ(far, 0) << (light ? "light" : "strong");
+    }
+}
+
+TEST_P(ShareWindow, ABlurWithoutItsMipChainShowsTheFailSafeColourAndNoneOfThePicture)
+{
+    PreviewView share(false, nullptr, surfaceOf(GetParam()));
+    share.resize(320, 180);
+    GlCaptureView *capture = share.captureView();
+    ASSERT_NE(capture, nullptr);
+    capture->setMaximumMipChainSide(64);
+    capture->setCaptureScale(1.0);
+    capture->setBlurEnabled(true);
+    share.setCapturedFrame(CapturedFrame::fromImage(finePrintPicture({320, 180})));
+    ASSERT_TRUE(showAndWait(share, {0, 0}));
+    const QColor failSafe(10, 10, 13);
+    ASSERT_TRUE(waitUntil([&] {
+        return pixelsNear(screenOf(share), QRect(0, 0, 320, 180), failSafe, 1) == 320 * 180;
+    }));
+    EXPECT_EQ(capture->lastDraw().state, BlurState::failSafe);
 }
