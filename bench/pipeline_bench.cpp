@@ -21,6 +21,7 @@
 #include "XvfbServer.h"
 
 #include <QDir>
+#include <QRect>
 #include <QSettings>
 #include <QTemporaryDir>
 
@@ -28,6 +29,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -76,6 +78,34 @@ std::optional<std::uint32_t> pixelOf(xcb_connection_t *c, xcb_window_t window, i
     std::uint32_t pixel = 0;
     std::memcpy(&pixel, xcb_get_image_data(reply.get()), 4);
     return pixel & 0xFFFFFF;
+}
+
+// How much fine detail an area of a window holds: the mean difference of neighbouring green
+// values along its rows. None on failure.
+std::optional<double> detailOf(xcb_connection_t *c, xcb_window_t window, const QRect &area)
+{
+    std::unique_ptr<xcb_get_image_reply_t, decltype(&std::free)> reply(
+        xcb_get_image_reply(
+            c,
+            xcb_get_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, window, static_cast<int16_t>(area.x()),
+                          static_cast<int16_t>(area.y()), static_cast<uint16_t>(area.width()),
+                          static_cast<uint16_t>(area.height()), 0xFFFFFFFF),
+            nullptr),
+        &std::free);
+    const std::size_t pixels = std::size_t(area.width()) * std::size_t(area.height());
+    if (!reply || std::size_t(xcb_get_image_data_length(reply.get())) < pixels * 4) {
+        return std::nullopt;
+    }
+    const std::uint8_t *data = xcb_get_image_data(reply.get());
+    double sum = 0;
+    for (int y = 0; y < area.height(); ++y) {
+        for (int x = 1; x < area.width(); ++x) {
+            const std::size_t at =
+                (std::size_t(y) * std::size_t(area.width()) + std::size_t(x)) * 4;
+            sum += std::abs(int(data[at + 1]) - int(data[at - 3]));
+        }
+    }
+    return sum / double(pixels);
 }
 
 int counterOf(std::uint32_t pixel)
@@ -142,14 +172,37 @@ Result run(QSize box, bool blur, double measureSeconds)
         std::fprintf(stderr, "pipeline_bench: Lookpane's windows did not show\n");
         return result;
     }
+    xcb_connection_t *c = xcb_connect(display.c_str(), nullptr);
     if (blur) {
-        xdotool(display, {"mousemove", std::to_string(toolbar->geometry.x() + blurButtonX),
-                          std::to_string(toolbar->geometry.y() + toolbarMiddle)});
-        xdotool(display, {"click", "1"});
+        // Clicked until the share window shows the text blurred: a click that lands while the
+        // toolbar still settles under the box would otherwise measure the unblurred picture.
+        const QRect textArea(stampSize + 40, 40, 400, 200);
+        bool blurred = false;
+        for (int attempt = 0; attempt < 3 && !blurred; ++attempt) {
+            const std::optional<WindowInfo> bar =
+                waitForViewableRole(display, QStringLiteral("toolbar"), 5000);
+            if (!bar) {
+                break;
+            }
+            xdotool(display, {"mousemove", std::to_string(bar->geometry.x() + blurButtonX),
+                              std::to_string(bar->geometry.y() + toolbarMiddle)});
+            xdotool(display, {"click", "1"});
+            // Given time to show before another click (which would turn it off again).
+            for (int poll = 0; poll < 30 && !blurred; ++poll) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(100));
+                const std::optional<double> sharp = detailOf(c, source.window(), textArea);
+                const std::optional<double> shown = detailOf(c, share->id, textArea);
+                blurred = sharp && shown && *shown < *sharp * 0.2;
+            }
+        }
+        if (!blurred) {
+            std::fprintf(stderr, "pipeline_bench: the share window did not turn blurred\n");
+            xcb_disconnect(c);
+            return result;
+        }
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(1500));
 
-    xcb_connection_t *c = xcb_connect(display.c_str(), nullptr);
     const int centre = stampSize / 2;
     std::map<int, Clock::time_point> sourceSeen;
     std::map<int, Clock::time_point> shareSeen;
