@@ -26,6 +26,7 @@
 #include <cstdlib>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 using namespace lookpane;
@@ -170,10 +171,15 @@ void measureRenderer(QSize size, int iterations)
 
 // Frames per second of a share view (a PreviewView in its own window, no authoring chrome) fed
 // a new picture as soon as the previous one has reached the window.
-double shareViewFps(QSize size, bool blur, double seconds, bool canvasShown = true)
+double shareViewFps(QSize size, bool blur, double seconds, bool canvasShown = true,
+                    std::optional<GlCaptureView::Surface> surface = std::nullopt)
 {
     const std::vector<CapturedFrame> frames = pictures(size);
-    PreviewView share(false);
+    PreviewView share(false, nullptr,
+                      surface ? PreviewView::CaptureViewFactory([&](QWidget *parent) {
+                          return GlCaptureView::make(parent, *surface);
+                      })
+                              : PreviewView::CaptureViewFactory());
     share.setWindowFlag(Qt::FramelessWindowHint);
     share.resize(size);
     share.move(0, 0);
@@ -215,7 +221,10 @@ double shareViewFps(QSize size, bool blur, double seconds, bool canvasShown = tr
     }
     const double elapsed = static_cast<double>(timer.nsecsElapsed()) / 1e9;
     const double fps = (swapped - startSwaps) / elapsed;
-    std::printf("share view %dx%d, blur %s%s: %.1f fps (%d draws, %d swaps in %.1f s)\n",
+    const char *kind = view->surface() == GlCaptureView::Surface::rasterWindow   ? "raster window"
+                       : view->surface() == GlCaptureView::Surface::nativeWindow ? "OpenGL window"
+                                                                                 : "composed";
+    std::printf("share view (%s) %dx%d, blur %s%s: %.1f fps (%d draws, %d swaps in %.1f s)\n", kind,
                 size.width(), size.height(), blur ? "light" : "off",
                 canvasShown ? "" : ", canvas hidden", fps, view->drawCount() - startDraws,
                 swapped - startSwaps, elapsed);
@@ -373,6 +382,10 @@ int main(int argc, char **argv)
     directWindowFps({1920, 1080}, true, 3.0);
     bareViewFps({1920, 1080}, false, 3.0);
     bareViewFps({1920, 1080}, true, 3.0);
+    // The OpenGL window as a computer with a GPU uses it, for comparison.
+    shareViewFps({1920, 1080}, false, 3.0, true, GlCaptureView::Surface::nativeWindow);
+    shareViewFps({1920, 1080}, true, 3.0, true, GlCaptureView::Surface::nativeWindow);
+    // As shipped on this computer.
     shareViewFps({1920, 1080}, false, 3.0);
     shareViewFps({1280, 720}, true, 3.0);
     shareViewFps({1920, 1080}, true, 3.0, false);
