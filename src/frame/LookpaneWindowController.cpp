@@ -148,9 +148,12 @@ void LookpaneWindowController::configureWindows(const QRectF &contentRect)
     for (BorderlessWindow *window : {m_frameWindow.get(), m_shareWindow.get()}) {
         window->setWindowTitle(QStringLiteral("Lookpane"));
         window->setMinimumSize(minimum);
-        window->setAttribute(Qt::WA_TranslucentBackground);
         window->setAutoFillBackground(true);
     }
+    // Only the box turns into a see-through outline (detached). The share window is opaque,
+    // black behind its picture: what a meeting application reads of it has no transparency
+    // to mishandle, and its backing store needs no clearing before each picture.
+    m_frameWindow->setAttribute(Qt::WA_TranslucentBackground);
     m_frameWindow->setGeometry(toQt(contentRect));
     m_shareWindow->setGeometry(toQt(contentRect));
     setStaysOnTop(m_frameWindow.get(), m_alwaysOnTop);
