@@ -29,48 +29,60 @@ QSurfaceFormat GlCaptureView::surfaceFormat()
 
 namespace {
 
+// A throw-away context of the views' format, current on an offscreen surface while it lives.
+class ProbeContext
+{
+public:
+    ProbeContext()
+    {
+        m_context.setFormat(GlCaptureView::surfaceFormat());
+        if (!m_context.create()) {
+            return;
+        }
+        m_surface.setFormat(m_context.format());
+        m_surface.create();
+        m_current = m_surface.isValid() && m_context.makeCurrent(&m_surface);
+    }
+    ~ProbeContext()
+    {
+        if (m_current) {
+            m_context.doneCurrent();
+        }
+    }
+    ProbeContext(const ProbeContext &) = delete;
+    ProbeContext &operator=(const ProbeContext &) = delete;
+
+    bool isCurrent() const { return m_current; }
+    QOpenGLContext &context() { return m_context; }
+
+private:
+    QOpenGLContext m_context;
+    QOffscreenSurface m_surface;
+    bool m_current = false;
+};
+
 // Builds the programs once in a throw-away context, so a view is only made where it can draw.
 bool canRenderHere()
 {
-    QOpenGLContext context;
-    context.setFormat(GlCaptureView::surfaceFormat());
-    if (!context.create()) {
+    ProbeContext probe;
+    if (!probe.isCurrent()) {
         return false;
     }
-    QOffscreenSurface surface;
-    surface.setFormat(context.format());
-    surface.create();
-    if (!surface.isValid() || !context.makeCurrent(&surface)) {
-        return false;
-    }
-    bool ok = false;
-    {
-        CaptureRenderer probe;
-        ok = probe.initialize();
-    }
-    context.doneCurrent();
-    return ok;
+    CaptureRenderer renderer;
+    return renderer.initialize();
 }
 
 // Whether this computer's OpenGL draws on the CPU (Mesa's llvmpipe or softpipe, or another
 // software renderer).
 bool isSoftwareRasteriser()
 {
-    QOpenGLContext context;
-    context.setFormat(GlCaptureView::surfaceFormat());
-    if (!context.create()) {
-        return false;
-    }
-    QOffscreenSurface surface;
-    surface.setFormat(context.format());
-    surface.create();
-    if (!surface.isValid() || !context.makeCurrent(&surface)) {
+    ProbeContext probe;
+    if (!probe.isCurrent()) {
         return false;
     }
     const auto *renderer =
-        reinterpret_cast<const char *>(context.functions()->glGetString(GL_RENDERER));
+        reinterpret_cast<const char *>(probe.context().functions()->glGetString(GL_RENDERER));
     const QString name = QString::fromLatin1(renderer != nullptr ? renderer : "").toLower();
-    context.doneCurrent();
     return name.contains(QLatin1String("llvmpipe")) || name.contains(QLatin1String("softpipe")) ||
            name.contains(QLatin1String("software"));
 }
