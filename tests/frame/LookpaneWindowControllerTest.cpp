@@ -23,10 +23,14 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+
+#include <xcb/xcb.h>
+
 #include <QLineEdit>
 #include <QMouseEvent>
 #include <QTemporaryDir>
 #include <QVBoxLayout>
+#include <cstdlib>
 
 using namespace lookpane;
 using namespace lookpane::testing;
@@ -223,6 +227,24 @@ TEST_F(FrameController, HidingInDetachedModeSavesBothFramesEndsDrawingAndBlur)
     controller->show();
     EXPECT_FALSE(controller->isPrivacyBlurActive());
     EXPECT_EQ(visibility, (std::vector<bool>{false, true}));
+}
+
+TEST_F(FrameController, TheShareWindowIsOpaqueAndOnlyTheBoxCanBeSeenThrough)
+{
+    auto controller = makeController(QRect(300, 300, 640, 360));
+    showAndWait(*controller);
+    // The X visual's depth: 32 carries alpha, 24 (the screen's own) none.
+    const auto depthOf = [&](QWidget *window) {
+        xcb_connection_t *c = xcb_connect(display().c_str(), nullptr);
+        xcb_get_geometry_reply_t *reply =
+            xcb_get_geometry_reply(c, xcb_get_geometry(c, window->winId()), nullptr);
+        const int depth = reply != nullptr ? reply->depth : 0;
+        std::free(reply);
+        xcb_disconnect(c);
+        return depth;
+    };
+    EXPECT_EQ(depthOf(controller->shareWindow()), 24);
+    EXPECT_EQ(depthOf(controller->frameWindow()), 32);
 }
 
 TEST_F(FrameController, OverlayDetachedOverlaySavesTheShareFrameAndPutsTheShareWindowBackUnder)
