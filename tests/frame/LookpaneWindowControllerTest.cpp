@@ -436,7 +436,8 @@ TEST_F(FrameController, MoveModeEndsAtAReleaseInAnotherApplicationWithTheBoxIgno
     xdotool(display(), {"mousemove", "--sync", std::to_string(other.center().x()),
                         std::to_string(other.center().y())});
     xdotool(display(), {"click", "1"});
-    ASSERT_TRUE(elsewhere.waitForClick(3000).has_value());
+    // Generous: once, with heavy tests running beside this one, no report came within 3 s.
+    ASSERT_TRUE(elsewhere.waitForClick(10000).has_value());
     EXPECT_TRUE(waitUntil([&] { return !controller->isInMoveMode(); }));
     EXPECT_FALSE(controller->clickThrough());
     EXPECT_EQ(reported, (std::vector<bool>{false}));
@@ -447,7 +448,7 @@ TEST_F(FrameController, MoveModeEndsAtAReleaseInAnotherApplicationWithTheBoxIgno
     xdotool(display(),
             {"mousemove", "--sync", std::to_string(box.x() + 5), std::to_string(box.y() + 100)});
     xdotool(display(), {"click", "1"});
-    const std::optional<QPoint> passed = beneath.waitForClick(3000);
+    const std::optional<QPoint> passed = beneath.waitForClick(10000);
     ASSERT_TRUE(passed.has_value()) << "the edge band still took the click";
     EXPECT_EQ(*passed, QPoint(5, 100));
     EXPECT_EQ(presses.count, 0);
