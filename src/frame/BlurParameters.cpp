@@ -36,4 +36,10 @@ BlurSampling blurSampling(double blockPoints, double captureScale, int textureWi
     return {level, numerator / static_cast<float>(std::max(textureWidth, 1))};
 }
 
+int blurReduction(float level)
+{
+    const int whole = static_cast<int>(std::floor(level));
+    return std::clamp(1 << std::clamp(whole - 2, 0, 3), 1, 8);
+}
+
 } // namespace lookpane

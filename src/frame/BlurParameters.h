@@ -27,4 +27,8 @@ int mipLevelCount(int width, int height);
 BlurSampling blurSampling(double blockPoints, double captureScale, int textureWidth,
                           int levelCount);
 
+// Picture pixels per texel of the reduced blur target for a blur `level`: a quarter of the
+// block that level averages, between 1 and 8.
+int blurReduction(float level);
+
 } // namespace lookpane

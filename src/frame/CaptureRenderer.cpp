@@ -47,14 +47,6 @@ GLuint makeSampler(QOpenGLExtraFunctions &gl, GLenum minFilter)
     return sampler;
 }
 
-// Picture pixels per texel of the reduced blur target: a quarter of the block the chosen
-// level averages, between 1 and 8.
-int reductionFor(float level)
-{
-    const int whole = static_cast<int>(std::floor(level));
-    return std::clamp(1 << std::clamp(whole - 2, 0, 3), 1, 8);
-}
-
 } // namespace
 
 CaptureRenderer::~CaptureRenderer()
@@ -357,26 +349,13 @@ bool CaptureRenderer::levelMade(int level) const
 
 void CaptureRenderer::uploadLevelFromFrame(int level)
 {
-    const std::uint8_t *source = m_frame.pixels();
-    int width = m_frame.width();
-    int height = m_frame.height();
-    int stride = m_frame.bytesPerRow();
-    for (int made = 1; made <= level; ++made) {
-        std::vector<std::uint8_t> &into = m_halvedPictures[made % 2];
-        const int halfWidth = std::max(1, width / 2);
-        const int halfHeight = std::max(1, height / 2);
-        into.resize(static_cast<std::size_t>(halfWidth) * halfHeight * 4);
-        halvePicture(source, width, height, stride, into.data(), halfWidth * 4);
-        source = into.data();
-        width = halfWidth;
-        height = halfHeight;
-        stride = halfWidth * 4;
-    }
+    halvePictureRepeatedly(m_frame.pixels(), m_frame.width(), m_frame.height(),
+                           m_frame.bytesPerRow(), level, m_halvedPicture, m_halvingScratch);
     const Target &target = m_mipChain[static_cast<std::size_t>(level - 1)];
     glBindTexture(GL_TEXTURE_2D, target.texture);
     glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
     glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, target.size.width(), target.size.height(),
-                    m_pixelFormat, m_pixelType, source);
+                    m_pixelFormat, m_pixelType, m_halvedPicture.data());
     m_mipLevelsMade.push_back(level);
 }
 
@@ -512,7 +491,7 @@ DrawResult CaptureRenderer::draw(GLuint framebuffer, QSize viewportPixels,
 
     QSize reduced;
     if (state == BlurState::blur && settings.path == BlurPath::reduced) {
-        const int factor = reductionFor(sampling.level);
+        const int factor = blurReduction(sampling.level);
         reduced = QSize((m_frame.width() + factor - 1) / factor,
                         (m_frame.height() + factor - 1) / factor);
         // Worth it only where the reduced target is much smaller than the view.

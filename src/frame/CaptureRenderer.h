@@ -159,7 +159,8 @@ private:
     // The levels made for the current frame (only those the blur reads are).
     std::vector<int> m_mipLevelsMade;
     // The frame halved on the CPU, level after level, on its way to the chain.
-    std::vector<std::uint8_t> m_halvedPictures[2];
+    std::vector<std::uint32_t> m_halvedPicture;
+    std::vector<std::uint32_t> m_halvingScratch;
     int m_maximumMipChainSide = 0;
     int m_mipChainBuilds = 0;
     bool m_mipChainLimitChanged = false;

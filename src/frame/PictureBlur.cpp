@@ -16,14 +16,6 @@ namespace lookpane {
 
 namespace {
 
-// How far the reduced target is below the picture for a blur level: one texel per quarter of a
-// blur block, at most eight pixels (as the renderer reduces).
-int reductionFor(float level)
-{
-    const int whole = static_cast<int>(std::floor(level));
-    return std::clamp(1 << std::clamp(whole - 2, 0, 3), 1, 8);
-}
-
 // A linear sample at normalised coordinate `coordinate` of an axis `length` texels long,
 // clamped to the edge: the two texels and the second one's weight out of 64. (Three samples
 // of 8-bit channels at that precision add up within 16 bits.)
@@ -58,28 +50,6 @@ Taps tapsAt(float centre, float tapStep, int length)
 }
 
 } // namespace
-
-void PictureBlur::halve(const CapturedFrame &frame, int times, Level &level)
-{
-    const std::uint8_t *source = frame.pixels();
-    int width = frame.width();
-    int height = frame.height();
-    int stride = frame.bytesPerRow();
-    for (int step = 0; step < times; ++step) {
-        const int halfWidth = std::max(1, width / 2);
-        const int halfHeight = std::max(1, height / 2);
-        std::vector<std::uint32_t> &out = step + 1 == times ? level.pixels : m_scratch[step % 2];
-        out.resize(std::size_t(halfWidth) * std::size_t(halfHeight));
-        halvePicture(source, width, height, stride, reinterpret_cast<std::uint8_t *>(out.data()),
-                     halfWidth * 4);
-        source = reinterpret_cast<const std::uint8_t *>(out.data());
-        width = halfWidth;
-        height = halfHeight;
-        stride = halfWidth * 4;
-    }
-    level.width = width;
-    level.height = height;
-}
 
 void PictureBlur::blurRows(const Level &level, int reducedWidth, float tapStep, Level &rows)
 {
@@ -189,32 +159,24 @@ std::optional<QImage> PictureBlur::blur(const CapturedFrame &frame, double block
     const int upper = std::min(lower + 1, levels - 1);
     const float between = sampling.level - std::floor(sampling.level);
     const bool twoLevels = between > 0.0f && lower != upper;
-    const int factor = reductionFor(sampling.level);
+    const int factor = blurReduction(sampling.level);
     const QSize reduced((frame.width() + factor - 1) / factor,
                         (frame.height() + factor - 1) / factor);
     result.reducedSize = reduced;
 
-    halve(frame, lower, m_levels[0]);
-    if (lower == 0) {
-        // Level 0 is the picture itself (only for the smallest blocks).
-        m_levels[0].width = frame.width();
-        m_levels[0].height = frame.height();
-        m_levels[0].pixels.resize(std::size_t(frame.width()) * std::size_t(frame.height()));
-        for (int y = 0; y < frame.height(); ++y) {
-            std::copy_n(reinterpret_cast<const std::uint32_t *>(
-                            frame.pixels() + std::ptrdiff_t(y) * frame.bytesPerRow()),
-                        frame.width(),
-                        m_levels[0].pixels.begin() + std::ptrdiff_t(y) * frame.width());
-        }
-    }
+    const auto halveInto = [this](Level &level, const std::uint8_t *source, int width, int height,
+                                  int stride, int times) {
+        const QSize size =
+            halvePictureRepeatedly(source, width, height, stride, times, level.pixels, m_scratch);
+        level.width = size.width();
+        level.height = size.height();
+    };
+    halveInto(m_levels[0], frame.pixels(), frame.width(), frame.height(), frame.bytesPerRow(),
+              lower);
     if (twoLevels) {
-        Level &next = m_levels[1];
-        next.width = std::max(1, m_levels[0].width / 2);
-        next.height = std::max(1, m_levels[0].height / 2);
-        next.pixels.resize(std::size_t(next.width) * std::size_t(next.height));
-        halvePicture(reinterpret_cast<const std::uint8_t *>(m_levels[0].pixels.data()),
-                     m_levels[0].width, m_levels[0].height, m_levels[0].width * 4,
-                     reinterpret_cast<std::uint8_t *>(next.pixels.data()), next.width * 4);
+        const Level &below = m_levels[0];
+        halveInto(m_levels[1], reinterpret_cast<const std::uint8_t *>(below.pixels.data()),
+                  below.width, below.height, below.width * 4, 1);
     }
     for (int index = 0; index < (twoLevels ? 2 : 1); ++index) {
         blurRows(m_levels[index], reduced.width(), sampling.spacing, m_rows[index]);

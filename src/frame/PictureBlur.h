@@ -35,12 +35,10 @@ private:
         int height = 0;
     };
 
-    // `frame` halved `times` times into `level`, through m_scratch.
-    void halve(const CapturedFrame &frame, int times, Level &level);
     // Three linear samples along each row of `level` into `rows` (reduced width, level rows).
     static void blurRows(const Level &level, int reducedWidth, float tapStep, Level &rows);
 
-    std::vector<std::uint32_t> m_scratch[2];
+    std::vector<std::uint32_t> m_scratch;
     Level m_levels[2];
     Level m_rows[2];
     // The upper level's row down the columns, before it is blended in.

@@ -76,4 +76,32 @@ void halvePicture(const std::uint8_t *source, int width, int height, int sourceS
     }
 }
 
+QSize halvePictureRepeatedly(const std::uint8_t *source, int width, int height, int sourceStride,
+                             int times, std::vector<std::uint32_t> &result,
+                             std::vector<std::uint32_t> &scratch)
+{
+    if (times <= 0) {
+        result.resize(std::size_t(width) * std::size_t(height));
+        for (int y = 0; y < height; ++y) {
+            std::memcpy(result.data() + std::size_t(y) * std::size_t(width),
+                        source + std::ptrdiff_t(y) * sourceStride, std::size_t(width) * 4);
+        }
+        return QSize(width, height);
+    }
+    for (int step = 0; step < times; ++step) {
+        // The steps alternate between the two buffers so that the last lands in `result`.
+        std::vector<std::uint32_t> &into = (times - 1 - step) % 2 == 0 ? result : scratch;
+        const int halfWidth = std::max(1, width / 2);
+        const int halfHeight = std::max(1, height / 2);
+        into.resize(std::size_t(halfWidth) * std::size_t(halfHeight));
+        halvePicture(source, width, height, sourceStride,
+                     reinterpret_cast<std::uint8_t *>(into.data()), halfWidth * 4);
+        source = reinterpret_cast<const std::uint8_t *>(into.data());
+        width = halfWidth;
+        height = halfHeight;
+        sourceStride = halfWidth * 4;
+    }
+    return QSize(width, height);
+}
+
 } // namespace lookpane

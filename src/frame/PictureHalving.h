@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QSize>
+
 #include <cstdint>
+#include <vector>
 
 namespace lookpane {
 
@@ -11,5 +14,11 @@ namespace lookpane {
 // result's rows are `resultStride` bytes apart.
 void halvePicture(const std::uint8_t *source, int width, int height, int sourceStride,
                   std::uint8_t *result, int resultStride);
+
+// `source` halved `times` times over (0: copied as it is) into `result`, its rows packed
+// without padding; `scratch` holds the steps between. Returns the result's size.
+QSize halvePictureRepeatedly(const std::uint8_t *source, int width, int height, int sourceStride,
+                             int times, std::vector<std::uint32_t> &result,
+                             std::vector<std::uint32_t> &scratch);
 
 } // namespace lookpane

@@ -100,3 +100,36 @@ TEST(PictureHalving, AOnePixelWideOrTallPictureRepeatsItsOnlyColumnOrRow)
     const Picture single = randomPicture(1, 1, 0, 9);
     EXPECT_EQ(halved(single), single.bytes);
 }
+
+TEST(PictureHalving, RepeatedHalvingIsEachStepInTurnAndZeroStepsCopyThePicture)
+{
+    const Picture source = randomPicture(37, 23, 12, 7);
+    std::vector<std::uint32_t> result;
+    std::vector<std::uint32_t> scratch;
+    const auto bytesOf = [](const std::vector<std::uint32_t> &pixels) {
+        const auto *begin = reinterpret_cast<const std::uint8_t *>(pixels.data());
+        return std::vector<std::uint8_t>(begin, begin + pixels.size() * 4);
+    };
+
+    // No step: the rows as they are, without the source's padding.
+    EXPECT_EQ(
+        halvePictureRepeatedly(source.bytes.data(), 37, 23, source.stride, 0, result, scratch),
+        QSize(37, 23));
+    std::vector<std::uint8_t> rows;
+    for (int y = 0; y < 23; ++y) {
+        rows.insert(rows.end(), source.pixel(0, y), source.pixel(0, y) + 37 * 4);
+    }
+    EXPECT_EQ(bytesOf(result), rows);
+
+    // Two and three steps: the single halving applied that often.
+    Picture once{18, 11, 18 * 4, reference(source)};
+    Picture twice{9, 5, 9 * 4, reference(once)};
+    EXPECT_EQ(
+        halvePictureRepeatedly(source.bytes.data(), 37, 23, source.stride, 2, result, scratch),
+        QSize(9, 5));
+    EXPECT_EQ(bytesOf(result), twice.bytes);
+    EXPECT_EQ(
+        halvePictureRepeatedly(source.bytes.data(), 37, 23, source.stride, 3, result, scratch),
+        QSize(4, 2));
+    EXPECT_EQ(bytesOf(result), reference(twice));
+}
