@@ -6,8 +6,8 @@
 #include "annotation/AnnotationCanvasView.h"
 #include "capture/CapturedFrame.h"
 #include "frame/CaptureRenderer.h"
+#include "frame/CaptureWindow.h"
 #include "frame/GlCaptureView.h"
-#include "frame/GlCaptureWindow.h"
 #include "frame/PreviewView.h"
 
 #include <QApplication>

@@ -27,8 +27,8 @@ namespace lookpane {
 // draws them in one pass, without the composition; nothing shows above it, so what belongs
 // there is painted in the same pass, and it takes no input (clicks reach the widgets of the
 // window as if it were not there). A `rasterWindow` view does the same with a native window
-// that shows the picture through Qt's raster backing store and runs only the blur's small
-// passes in OpenGL (see RasterCaptureWindow), for software rasterisers.
+// that shows the picture through Qt's raster backing store and computes the blur on the CPU
+// (see RasterCaptureWindow), for software rasterisers.
 class GlCaptureView : public QOpenGLWidget
 {
     Q_OBJECT

@@ -2,6 +2,7 @@
 
 #include "annotation/AnnotationCanvasView.h"
 #include "frame/GlCaptureView.h"
+#include "frame/RasterCaptureWindow.h"
 #include "frame/ScopeBorderView.h"
 
 #include <QFontMetricsF>
@@ -16,10 +17,10 @@ PreviewView::PreviewView(bool showsAuthoringChrome, QWidget *parent,
     // The share view draws into a native window of its own (OpenGL, or the raster backing
     // store where OpenGL is a software rasteriser), where the viewers-only blur runs, sparing
     // its window the composition of every frame; what lies above its picture is laid over it
-    // in the same pass (see below). The box's own view is never
-    // blurred, so it paints the picture with the raster painter: the window's shared-memory
-    // backing store then puts it on the screen with one copy, where a GL window costs a
-    // full-size fill by a software rasteriser and a copy of its own.
+    // in the same pass (see below). The box's own view is never blurred, so it paints the
+    // picture with the raster painter: the window's shared-memory backing store then puts it
+    // on the screen with one copy, where a GL window costs a full-size fill by a software
+    // rasteriser and a copy of its own.
     if (!showsAuthoringChrome) {
         std::unique_ptr<GlCaptureView> captureView =
             makeCaptureView ? makeCaptureView(this)
@@ -219,14 +220,8 @@ void PreviewView::paintEvent(QPaintEvent *)
     }
     QPainter painter(this);
     if (m_paintsPicture && !m_message && !m_frame.isNull()) {
-        const QImage picture = m_frame.image();
-        if (picture.size() == size() * devicePixelRatio()) {
-            // Pixel for pixel: the raster painter copies the rows as they are.
-            painter.setCompositionMode(QPainter::CompositionMode_Source);
-        } else {
-            painter.setRenderHint(QPainter::SmoothPixmapTransform);
-        }
-        painter.drawImage(QRectF(rect()), picture);
+        RasterCaptureWindow::paintPicture(painter, QRectF(rect()), m_frame.image(),
+                                          size() * devicePixelRatio());
         return;
     }
     painter.fillRect(rect(), Qt::black);

@@ -72,18 +72,13 @@ void RasterCaptureWindow::paintEvent(QPaintEvent *)
         }
         m_hasRenderedFrame = true;
     } else {
-        const QImage picture = m_frame.image();
-        if (picture.size() != pixels) {
-            painter.setRenderHint(QPainter::SmoothPixmapTransform);
-        }
-        painter.drawImage(bounds, picture);
+        paintPicture(painter, bounds, m_frame.image(), pixels);
         m_lastDraw = DrawResult{};
         m_lastDraw.drewPicture = true;
         m_hasRenderedFrame = true;
     }
     if (m_overlayPainter) {
         painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-        painter.setRenderHint(QPainter::SmoothPixmapTransform, false);
         m_overlayPainter(painter, bounds.size());
     }
     painter.end();
@@ -95,6 +90,20 @@ void RasterCaptureWindow::paintEvent(QPaintEvent *)
             }
         });
     }
+}
+
+void RasterCaptureWindow::paintPicture(QPainter &painter, const QRectF &bounds,
+                                       const QImage &picture, QSize pixels)
+{
+    painter.save();
+    if (picture.size() == pixels) {
+        // Pixel for pixel: the raster painter copies the rows as they are.
+        painter.setCompositionMode(QPainter::CompositionMode_Source);
+    } else {
+        painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    }
+    painter.drawImage(bounds, picture);
+    painter.restore();
 }
 
 void RasterCaptureWindow::requestPaint()

@@ -40,6 +40,11 @@ public:
     const DrawResult &lastDraw() const override { return m_lastDraw; }
     bool hasMipChain() const override { return m_lastDraw.state == BlurState::blur; }
 
+    // Paints an unblurred `picture` over `bounds` of a device `pixels` large: copied row by
+    // row where the sizes match, else stretched smoothly. The painter is left as it was.
+    static void paintPicture(QPainter &painter, const QRectF &bounds, const QImage &picture,
+                             QSize pixels);
+
 protected:
     void paintEvent(QPaintEvent *event) override;
 
