@@ -3,11 +3,11 @@
 // shader beside them), then the frame rate of a blurred share view fed new pictures.
 #include "XvfbServer.h"
 
-#include "annotation/AnnotationCanvasView.h"
-#include "capture/CapturedFrame.h"
-#include "frame/CaptureRenderer.h"
-#include "frame/CaptureWindow.h"
-#include "frame/GlCaptureView.h"
+#include "annotation/canvas/AnnotationCanvasView.h"
+#include "picture/CapturedFrame.h"
+#include "render/CaptureRenderer.h"
+#include "render/CaptureSurface.h"
+#include "render/GlCaptureView.h"
 #include "frame/PreviewView.h"
 
 #include <QApplication>
@@ -201,7 +201,7 @@ double shareViewFps(QSize size, bool blur, double seconds, bool canvasShown = tr
         share.setCapturedFrame(frames[static_cast<std::size_t>(++delivered % 2)]);
     };
     // The share view swaps its own native window; a composed view swaps with its window.
-    if (CaptureWindow *window = view->captureWindow()) {
+    if (CaptureSurface *window = view->captureSurface()) {
         window->onPresented = nextPicture;
     } else {
         QObject::connect(view, &QOpenGLWidget::frameSwapped, nextPicture);

@@ -10,13 +10,25 @@ function(lookpane_warnings target)
     target_compile_definitions(${target} PRIVATE QT_NO_KEYWORDS)
 endfunction()
 
-# lookpane_library(<folder> SOURCES ... [LIBS ...])
-# Builds lookpane_<folder> from the sources of src/<folder>; headers are included as
-# "<folder>/Header.h" from src/.
+# lookpane_library(<name> SOURCES ... [LIBS ...])
+# Builds lookpane_<name> from the sources of the current folder under src/. Its headers are
+# included as "<folder>/Header.h" (the folder relative to src/, e.g. "capture/x11/Foo.h").
+# A library sees its own headers and those of the libraries it links, nothing else: each one
+# publishes an include root of its own in the build tree that holds links to just its folder's
+# headers, so including from a folder that is not a declared dependency fails to compile.
 function(lookpane_library name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
     add_library(lookpane_${name} STATIC ${ARG_SOURCES})
-    target_include_directories(lookpane_${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+    file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR}/src ${CMAKE_CURRENT_SOURCE_DIR})
+    set(root ${PROJECT_BINARY_DIR}/include/lookpane_${name})
+    file(REMOVE_RECURSE ${root})
+    file(MAKE_DIRECTORY ${root}/${folder})
+    file(GLOB headers CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+    foreach(header IN LISTS headers)
+        get_filename_component(file ${header} NAME)
+        file(CREATE_LINK ${header} ${root}/${folder}/${file} SYMBOLIC)
+    endforeach()
+    target_include_directories(lookpane_${name} PUBLIC ${root})
     target_link_libraries(lookpane_${name} PUBLIC ${ARG_LIBS})
     lookpane_warnings(lookpane_${name})
 endfunction()

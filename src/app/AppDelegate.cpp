@@ -4,7 +4,7 @@
 #include "capture/x11/X11CaptureBackend.h"
 #include "capture/x11/X11WindowRedirection.h"
 #include "frame/BorderlessWindow.h"
-#include "frame/LookpaneWindowController.h"
+#include "app/LookpaneWindowController.h"
 #include "model/FramePreferences.h"
 #include "model/Preferences.h"
 #include "model/ScreenCoordinates.h"
@@ -106,7 +106,7 @@ void AppDelegate::applicationShouldHandleReopen()
 void AppDelegate::startCapture()
 {
     setCaptureMessage(QStringLiteral("Starting screen capture…"));
-    CaptureWindow window;
+    MirroredWindow window;
     window.windowNumber = static_cast<std::int64_t>(m_windowController->frameWindow()->winId());
     window.contentRect = m_windowController->contentRect();
     window.screen = captureDisplay(m_windowController->screen());

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "capture/CapturedFrame.h"
+#include "picture/CapturedFrame.h"
 
 #include <QRect>
 #include <QRectF>

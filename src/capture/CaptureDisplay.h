@@ -32,7 +32,7 @@ struct PendingRegionUpdate
 
 // The window whose area is mirrored, described without any widget: the caller builds it from
 // its frame window.
-struct CaptureWindow
+struct MirroredWindow
 {
     // The window system's number of the window (the X window id). It must fit in 32 bits.
     std::int64_t windowNumber = 0;

@@ -52,7 +52,7 @@ void ScreenCaptureEngine::setState(const ScreenCaptureState &state)
         Qt::QueuedConnection);
 }
 
-void ScreenCaptureEngine::start(const std::optional<CaptureWindow> &window)
+void ScreenCaptureEngine::start(const std::optional<MirroredWindow> &window)
 {
     if (m_isRunning || m_isStarting || m_stream) {
         return;

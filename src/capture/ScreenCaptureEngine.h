@@ -2,7 +2,7 @@
 
 #include "capture/CaptureBackend.h"
 #include "capture/CaptureDisplay.h"
-#include "capture/CapturedFrame.h"
+#include "picture/CapturedFrame.h"
 #include "capture/ScreenCaptureState.h"
 #include "capture/ShareableWindow.h"
 #include "capture/StreamSetup.h"
@@ -64,7 +64,7 @@ public:
 
     // Starts capturing the content area of `window`; ignored while running or starting.
     // Without a window the state becomes starting and then failed.
-    void start(const std::optional<CaptureWindow> &window);
+    void start(const std::optional<MirroredWindow> &window);
     // Stops capturing at once (state idle) and drops any start or region change in progress.
     void stop();
     // Moves the captured rectangle of the running stream to `frame` on `screen`. Requests are

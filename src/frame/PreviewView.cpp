@@ -1,8 +1,8 @@
 #include "frame/PreviewView.h"
 
-#include "annotation/AnnotationCanvasView.h"
-#include "frame/GlCaptureView.h"
-#include "frame/RasterCaptureWindow.h"
+#include "annotation/canvas/AnnotationCanvasView.h"
+#include "render/GlCaptureView.h"
+#include "render/RasterCaptureWindow.h"
 #include "frame/ScopeBorderView.h"
 
 #include <QFontMetricsF>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "annotation/Annotation.h"
-#include "capture/CapturedFrame.h"
+#include "picture/CapturedFrame.h"
 #include "frame/PreviewStyle.h"
 #include "model/BlurStrength.h"
 

@@ -1,7 +1,7 @@
 #include "toolbar/ToolbarPanel.h"
 
 #include "toolbar/DragHandleView.h"
-#include "toolbar/x11/X11DesktopHints.h"
+#include "platform/x11/X11DesktopHints.h"
 
 #include <QPainter>
 #include <QPainterPath>

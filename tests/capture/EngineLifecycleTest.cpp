@@ -201,7 +201,7 @@ TEST_F(EngineTest, DeniedPermissionReportsPermissionRequired)
 TEST_F(EngineTest, WindowWithoutScreenFailsWithNoDisplay)
 {
     backend->answerEverything(contentWithThisApplication());
-    CaptureWindow window = testWindow();
+    MirroredWindow window = testWindow();
     window.screen.reset();
     engine->start(window);
     ASSERT_TRUE(waitUntil([this] { return engine->state().isFailed(); }));
@@ -395,7 +395,7 @@ TEST(EngineDeathTest, WindowNumberBeyondThirtyTwoBitsIsFatal)
         {
             ensureCoreApplication();
             ScreenCaptureEngine engine(std::make_unique<ScriptedCaptureBackend>());
-            CaptureWindow window = testWindow();
+            MirroredWindow window = testWindow();
             window.windowNumber = std::int64_t(1) << 32;
             engine.start(window);
         },

@@ -56,9 +56,9 @@ CaptureDisplay secondDisplay()
     return CaptureDisplay{secondDisplayID, QRectF(1440, -200, 1920, 1080), 1.0};
 }
 
-CaptureWindow testWindow()
+MirroredWindow testWindow()
 {
-    return CaptureWindow{testWindowID, QRectF(100, 200, 1000, 500), testDisplay()};
+    return MirroredWindow{testWindowID, QRectF(100, 200, 1000, 500), testDisplay()};
 }
 
 ShareableApplication thisApplication()

@@ -36,7 +36,7 @@ constexpr std::uint32_t secondDisplayID = 9;
 CaptureDisplay secondDisplay();
 // The frame window: number 0x4200001, content (100, 200, 1000, 500) on the test display.
 constexpr std::uint32_t testWindowID = 0x4200001;
-CaptureWindow testWindow();
+MirroredWindow testWindow();
 // Shareable content that lists both displays, this process and the frame window.
 ShareableContent contentWithThisApplication();
 ShareableApplication thisApplication();

@@ -7,7 +7,7 @@
 #include "XReadback.h"
 
 #include "frame/BorderlessWindow.h"
-#include "frame/x11/X11WindowTraits.h"
+#include "platform/x11/X11WindowTraits.h"
 
 #include <gtest/gtest.h>
 

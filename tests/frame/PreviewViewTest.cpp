@@ -5,8 +5,8 @@
 #include "TestDisplay.h"
 #include "XReadback.h"
 
-#include "annotation/AnnotationCanvasView.h"
-#include "frame/GlCaptureView.h"
+#include "annotation/canvas/AnnotationCanvasView.h"
+#include "render/GlCaptureView.h"
 #include "frame/PreviewView.h"
 #include "frame/ScopeBorderView.h"
 #include "model/SystemColors.h"

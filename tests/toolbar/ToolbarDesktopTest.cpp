@@ -7,7 +7,7 @@
 #include "toolbar/SymbolButton.h"
 #include "toolbar/SymbolIcons.h"
 #include "toolbar/ToolbarPanel.h"
-#include "toolbar/x11/X11DesktopHints.h"
+#include "platform/x11/X11DesktopHints.h"
 
 #include <gtest/gtest.h>
 

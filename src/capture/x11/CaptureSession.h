@@ -1,6 +1,6 @@
 #pragma once
 
-#include "capture/CapturedFrame.h"
+#include "picture/CapturedFrame.h"
 #include "capture/x11/CaptureSettings.h"
 #include "capture/x11/ExcludedWindows.h"
 #include "capture/x11/RegionCompositor.h"
@@ -9,7 +9,7 @@
 #include "capture/x11/ShmFramePool.h"
 #include "capture/x11/WindowSources.h"
 #include "capture/x11/WindowStack.h"
-#include "capture/x11/XcbConnection.h"
+#include "platform/x11/XcbConnection.h"
 
 #include <QString>
 

@@ -1,6 +1,6 @@
 #include "capture/x11/DisplayResolver.h"
 
-#include "capture/x11/XcbConnection.h"
+#include "platform/x11/XcbConnection.h"
 
 #include <QGuiApplication>
 #include <QScreen>

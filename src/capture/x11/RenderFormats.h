@@ -1,6 +1,6 @@
 #pragma once
 
-#include "capture/x11/XcbConnection.h"
+#include "platform/x11/XcbConnection.h"
 
 #include <xcb/render.h>
 

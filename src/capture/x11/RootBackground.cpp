@@ -1,7 +1,7 @@
 #include "capture/x11/RootBackground.h"
 
 #include "capture/x11/RenderFormats.h"
-#include "capture/x11/XcbConnection.h"
+#include "platform/x11/XcbConnection.h"
 
 namespace lookpane::x11 {
 

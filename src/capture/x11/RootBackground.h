@@ -1,6 +1,6 @@
 #pragma once
 
-#include "capture/x11/XResource.h"
+#include "platform/x11/XResource.h"
 
 #include <xcb/render.h>
 

@@ -1,6 +1,6 @@
 #include "capture/x11/ShareableWindows.h"
 
-#include "capture/x11/XcbConnection.h"
+#include "platform/x11/XcbConnection.h"
 
 #include <xcb/res.h>
 

@@ -1,6 +1,6 @@
 #include "capture/x11/ShmFramePool.h"
 
-#include "capture/x11/XcbConnection.h"
+#include "platform/x11/XcbConnection.h"
 
 #include <sys/ipc.h>
 #include <sys/shm.h>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "capture/x11/WindowStack.h"
-#include "capture/x11/XResource.h"
+#include "platform/x11/XResource.h"
 
 #include <xcb/damage.h>
 

@@ -1,6 +1,6 @@
 #include "capture/x11/WindowStack.h"
 
-#include "capture/x11/XcbConnection.h"
+#include "platform/x11/XcbConnection.h"
 
 namespace lookpane::x11 {
 

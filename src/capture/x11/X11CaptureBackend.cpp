@@ -3,7 +3,7 @@
 #include "capture/x11/DisplayResolver.h"
 #include "capture/x11/ShareableWindows.h"
 #include "capture/x11/X11CaptureStream.h"
-#include "capture/x11/XcbConnection.h"
+#include "platform/x11/XcbConnection.h"
 
 #include <xcb/composite.h>
 

@@ -2,7 +2,7 @@
 
 #include "capture/x11/CaptureThread.h"
 #include "capture/x11/DisplayResolver.h"
-#include "capture/x11/XcbConnection.h"
+#include "platform/x11/XcbConnection.h"
 
 #include <QMetaObject>
 

@@ -1,0 +1,148 @@
+#include "platform/x11/X11WindowTraits.h"
+
+#include <QGuiApplication>
+#include <QWidget>
+
+#include <xcb/shape.h>
+#include <xcb/xcb.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+namespace lookpane::X11WindowTraits {
+
+namespace {
+
+xcb_connection_t *connection()
+{
+    const auto *x11 =
+        qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
+    return x11 ? x11->connection() : nullptr;
+}
+
+xcb_window_t nativeWindow(QWidget *window)
+{
+    if (!window || !window->isWindow() || !window->testAttribute(Qt::WA_WState_Created)) {
+        return XCB_WINDOW_NONE;
+    }
+    return static_cast<xcb_window_t>(window->winId());
+}
+
+// Sends a request and waits for its outcome, so that an error (a window destroyed by someone
+// else meanwhile) is consumed here instead of reaching Qt's error handler.
+bool checked(xcb_connection_t *c, xcb_void_cookie_t cookie)
+{
+    std::unique_ptr<xcb_generic_error_t, decltype(&std::free)> error(xcb_request_check(c, cookie),
+                                                                     &std::free);
+    return !error;
+}
+
+xcb_atom_t internAtom(xcb_connection_t *c, const char *name)
+{
+    std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> reply(
+        xcb_intern_atom_reply(
+            c, xcb_intern_atom(c, 0, static_cast<uint16_t>(std::strlen(name)), name), nullptr),
+        &std::free);
+    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+}
+
+} // namespace
+
+static bool setShape(QWidget *window, xcb_shape_kind_t kind, const std::vector<QRect> &rects)
+{
+    xcb_connection_t *c = connection();
+    const xcb_window_t id = nativeWindow(window);
+    if (!c || id == XCB_WINDOW_NONE) {
+        return false;
+    }
+    const qreal scale = window->devicePixelRatioF();
+    std::vector<xcb_rectangle_t> xrects;
+    xrects.reserve(rects.size());
+    for (const QRect &r : rects) {
+        if (r.isEmpty()) {
+            continue;
+        }
+        xrects.push_back({static_cast<int16_t>(qRound(r.x() * scale)),
+                          static_cast<int16_t>(qRound(r.y() * scale)),
+                          static_cast<uint16_t>(qRound(r.width() * scale)),
+                          static_cast<uint16_t>(qRound(r.height() * scale))});
+    }
+    if (xrects.empty()) {
+        // A shape without rectangles reads to some window managers (openbox) as "not shaped",
+        // and their frame window then swallows the clicks. One rectangle outside the window
+        // gives the same empty region without that ambiguity.
+        xrects.push_back({-1, -1, 1, 1});
+    }
+    return checked(
+        c, xcb_shape_rectangles_checked(c, XCB_SHAPE_SO_SET, kind, XCB_CLIP_ORDERING_UNSORTED, id,
+                                        0, 0, static_cast<uint32_t>(xrects.size()), xrects.data()));
+}
+
+static bool clearShape(QWidget *window, xcb_shape_kind_t kind)
+{
+    xcb_connection_t *c = connection();
+    const xcb_window_t id = nativeWindow(window);
+    if (!c || id == XCB_WINDOW_NONE) {
+        return false;
+    }
+    // A "none" mask resets the input shape to the window's own extent.
+    return checked(c, xcb_shape_mask_checked(c, XCB_SHAPE_SO_SET, kind, id, 0, 0, XCB_PIXMAP_NONE));
+}
+
+bool setInputRegion(QWidget *window, const std::vector<QRect> &rects)
+{
+    return setShape(window, XCB_SHAPE_SK_INPUT, rects);
+}
+
+bool clearInputRegion(QWidget *window)
+{
+    return clearShape(window, XCB_SHAPE_SK_INPUT);
+}
+
+bool setBoundingRegion(QWidget *window, const std::vector<QRect> &rects)
+{
+    return setShape(window, XCB_SHAPE_SK_BOUNDING, rects);
+}
+
+bool clearBoundingRegion(QWidget *window)
+{
+    return clearShape(window, XCB_SHAPE_SK_BOUNDING);
+}
+
+std::vector<QRect> edgeBands(const QSize &size, int band)
+{
+    const int w = size.width();
+    const int h = size.height();
+    if (w <= 2 * band || h <= 2 * band) {
+        return {QRect(0, 0, w, h)};
+    }
+    return {
+        QRect(0, 0, w, band),                      // top
+        QRect(0, h - band, w, band),               // bottom
+        QRect(0, band, band, h - 2 * band),        // left
+        QRect(w - band, band, band, h - 2 * band), // right
+    };
+}
+
+} // namespace lookpane::X11WindowTraits
+
+namespace lookpane::X11WindowTraits {
+
+bool setWindowRole(QWidget *window, const QByteArray &role)
+{
+    xcb_connection_t *c = connection();
+    if (!c || !window || !window->isWindow()) {
+        return false;
+    }
+    const auto id = static_cast<xcb_window_t>(window->winId());
+    const xcb_atom_t atom = internAtom(c, "WM_WINDOW_ROLE");
+    if (atom == XCB_ATOM_NONE) {
+        return false;
+    }
+    return checked(
+        c, xcb_change_property_checked(c, XCB_PROP_MODE_REPLACE, id, atom, XCB_ATOM_STRING, 8,
+                                       static_cast<uint32_t>(role.size()), role.constData()));
+}
+
+} // namespace lookpane::X11WindowTraits

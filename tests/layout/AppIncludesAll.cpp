@@ -1,0 +1,13 @@
+// The application sees every library below it.
+#include "annotation/AnnotationStore.h"
+#include "annotation/canvas/AnnotationCanvasView.h"
+#include "app/LookpaneWindowController.h"
+#include "capture/ScreenCaptureEngine.h"
+#include "capture/x11/X11CaptureBackend.h"
+#include "frame/FrameGeometry.h"
+#include "model/Preferences.h"
+#include "picture/PictureBlur.h"
+#include "platform/x11/X11WindowTraits.h"
+#include "render/CaptureRenderer.h"
+#include "shortcuts/GlobalHotKeyCenter.h"
+#include "toolbar/FrameToolbarWindowController.h"

@@ -1,0 +1,2 @@
+// The value types lie below the windows: this must not compile.
+#include "frame/FrameGeometry.h"
