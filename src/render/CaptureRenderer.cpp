@@ -1,9 +1,9 @@
 #include "render/CaptureRenderer.h"
 
 #include "picture/BlurParameters.h"
+#include "picture/PictureHalving.h"
 #include "render/CaptureShaders.h"
 #include "render/GlProgram.h"
-#include "picture/PictureHalving.h"
 
 #include <QOpenGLContext>
 
@@ -132,12 +132,13 @@ bool CaptureRenderer::initialize()
         glUniform1i(glGetUniformLocation(program, "blurUpper"), 2);
     }
     m_presentProgram =
-        linkProgram(*this, presentVertexShader(gles), presentFragmentShader(gles), m_failureReason);
+        linkProgram(*this, presentVertexShader(gles), copyFragmentShader(gles), m_failureReason);
     if (m_presentProgram == 0) {
         return fail();
     }
     glUseProgram(m_presentProgram);
-    glUniform1i(glGetUniformLocation(m_presentProgram, "reduced"), 0);
+    // What it reads has alpha one: the blur pass writes it.
+    glUniform1i(glGetUniformLocation(m_presentProgram, "source"), 0);
     m_halveProgram =
         linkProgram(*this, presentVertexShader(gles), halveFragmentShader(gles), m_failureReason);
     m_blurRowsProgram = linkProgram(*this, presentVertexShader(gles), blurRowsFragmentShader(gles),

@@ -128,15 +128,14 @@ void main()
 }
 )";
 
-// What it reads has alpha one: the blur pass writes it.
-constexpr char presentFragmentBody[] = R"(
-uniform sampler2D reduced;
+constexpr char copyFragmentBody[] = R"(
+uniform sampler2D source;
 in vec2 texCoord;
 out vec4 fragColor;
 
 void main()
 {
-    fragColor = texture(reduced, texCoord);
+    fragColor = texture(source, texCoord);
 }
 )";
 
@@ -228,9 +227,9 @@ QByteArray presentVertexShader(bool gles)
     return shaderHeader(gles, false) + presentVertexBody;
 }
 
-QByteArray presentFragmentShader(bool gles)
+QByteArray copyFragmentShader(bool gles)
 {
-    return shaderHeader(gles, true) + presentFragmentBody;
+    return shaderHeader(gles, true) + copyFragmentBody;
 }
 
 QByteArray blurRowsFragmentShader(bool gles)

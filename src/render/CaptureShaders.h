@@ -21,9 +21,12 @@ QByteArray captureVertexShader(bool gles);
 // that keeps none.
 QByteArray captureFragmentShader(bool gles, int fixedState = -1, bool opaqueTarget = false);
 
-// Stretches a reduced-size blur target over the whole view with linear filtering.
+// Stretches a reduced-size blur target over the whole view with linear filtering; its
+// fragment shader is copyFragmentShader.
 QByteArray presentVertexShader(bool gles);
-QByteArray presentFragmentShader(bool gles);
+// Writes the texture on unit 0, sampler `source`, as read at texCoord: the present pass and
+// the overlay layer draw their textures with it.
+QByteArray copyFragmentShader(bool gles);
 // The same stretch, kept off software rasterisers' fast path (see the source), halving each
 // level of the mip chain into the next. Uses the present vertex shader.
 QByteArray halveFragmentShader(bool gles);

@@ -7,10 +7,7 @@
 
 #include <QOpenGLWindow>
 
-#include <functional>
 #include <memory>
-
-class QPainter;
 
 namespace lookpane {
 
@@ -25,19 +22,6 @@ public:
     GlCaptureWindow();
     ~GlCaptureWindow() override;
 
-    QWindow *window() override { return this; }
-
-    // Each setter asks for one draw; nothing is drawn while nothing changes.
-    void setFrame(const CapturedFrame &frame) override;
-    void setRenderSettings(const RenderSettings &settings) override;
-    void setMaximumMipChainSide(int pixels) override;
-    void setOverlayPainter(std::function<void(QPainter &, QSizeF)> painter) override;
-    void updateOverlay() override;
-
-    bool hasRenderedFrame() const override { return m_hasRenderedFrame; }
-    bool isUnavailable() const override { return m_unavailable; }
-    int drawCount() const override { return m_drawCount; }
-    const DrawResult &lastDraw() const override { return m_lastDraw; }
     bool hasMipChain() const override { return m_renderer && m_renderer->hasMipChain(); }
 
 protected:
@@ -45,20 +29,17 @@ protected:
     void resizeGL(int w, int h) override;
     void paintGL() override;
 
+    // The renderer and the overlay layer keep copies of what they draw.
+    void frameChanged() override;
+    void maximumMipChainSideChanged() override;
+    void overlayPainterChanged() override;
+    void overlayInvalidated() override;
+
 private:
-    void requestDraw();
     void releaseRenderer();
 
-    CapturedFrame m_frame;
-    RenderSettings m_settings;
-    int m_maximumMipChainSide = 0;
-    std::function<void(QPainter &, QSizeF)> m_overlayPainter;
     std::unique_ptr<CaptureRenderer> m_renderer;
     std::unique_ptr<OverlayLayer> m_overlay;
-    bool m_hasRenderedFrame = false;
-    bool m_unavailable = false;
-    int m_drawCount = 0;
-    DrawResult m_lastDraw;
 };
 
 } // namespace lookpane

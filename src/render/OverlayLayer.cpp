@@ -27,18 +27,6 @@ void main()
 }
 )";
 
-// Premultiplied colour, blended with (one, one minus source alpha).
-constexpr char fragmentBody[] = R"(
-uniform sampler2D overlay;
-in vec2 texCoord;
-out vec4 fragColor;
-
-void main()
-{
-    fragColor = texture(overlay, texCoord);
-}
-)";
-
 } // namespace
 
 OverlayLayer::~OverlayLayer()
@@ -61,12 +49,13 @@ bool OverlayLayer::initialize()
     initializeOpenGLFunctions();
     m_gles = QOpenGLContext::currentContext()->isOpenGLES();
     m_program = linkProgram(*this, shaderHeader(m_gles, false) + vertexBody,
-                            shaderHeader(m_gles, true) + fragmentBody, m_failureReason);
+                            copyFragmentShader(m_gles), m_failureReason);
     if (m_program == 0) {
         return false;
     }
     glUseProgram(m_program);
-    glUniform1i(glGetUniformLocation(m_program, "overlay"), 0);
+    // The texture holds premultiplied colour, blended with (one, one minus source alpha).
+    glUniform1i(glGetUniformLocation(m_program, "source"), 0);
     m_viewSizeLocation = glGetUniformLocation(m_program, "viewSize");
     glUseProgram(0);
 

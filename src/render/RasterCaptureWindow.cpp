@@ -4,7 +4,6 @@
 
 #include <QPaintEngine>
 #include <QPainter>
-#include <QTimer>
 
 namespace lookpane {
 
@@ -15,7 +14,7 @@ const QColor failSafeColour(10, 10, 13);
 
 } // namespace
 
-RasterCaptureWindow::RasterCaptureWindow()
+RasterCaptureWindow::RasterCaptureWindow() : CaptureSurface(this)
 {
     setFlag(Qt::WindowTransparentForInput);
     // Opaque where the window system allows: a backing store with alpha is cleared before
@@ -25,11 +24,11 @@ RasterCaptureWindow::RasterCaptureWindow()
     setFormat(opaque);
 }
 
-bool RasterCaptureWindow::blurInto(QImage &target)
+bool RasterCaptureWindow::blurInto(QImage &target, DrawResult &drawn)
 {
-    const std::optional<QImage> picture =
-        m_blur.blur(m_frame, m_settings.blurBlockPoints, m_settings.captureScale,
-                    m_maximumMipChainSide, m_lastDraw);
+    const RenderSettings &settings = renderSettings();
+    const std::optional<QImage> picture = m_blur.blur(
+        frame(), settings.blurBlockPoints, settings.captureScale, maximumMipChainSide(), drawn);
     if (!picture) {
         return false;
     }
@@ -41,16 +40,16 @@ bool RasterCaptureWindow::blurInto(QImage &target)
 
 void RasterCaptureWindow::paintEvent(QPaintEvent *)
 {
-    ++m_drawCount;
+    DrawResult &drawn = startDraw();
     const QSize pixels = size() * devicePixelRatio();
     QPainter painter(this);
     painter.setCompositionMode(QPainter::CompositionMode_Source);
     const QRectF bounds(QPointF(0, 0), QSizeF(size()));
-    m_hasRenderedFrame = false;
-    if (m_frame.isNull() || pixels.isEmpty()) {
+    setRenderedFrame(false);
+    if (frame().isNull() || pixels.isEmpty()) {
         painter.fillRect(bounds, Qt::black);
-        m_lastDraw = DrawResult{};
-    } else if (m_settings.blurEnabled) {
+        drawn = DrawResult{};
+    } else if (renderSettings().blurEnabled) {
         // Stretched straight into the backing store where it is a plain 32-bit image of the
         // window's size (it is, with the raster backing store); else through an image here.
         QPaintDevice *device = painter.paintEngine()->paintDevice();
@@ -63,33 +62,27 @@ void RasterCaptureWindow::paintEvent(QPaintEvent *)
         if (!direct && m_stretched.size() != pixels) {
             m_stretched = QImage(pixels, QImage::Format_RGB32);
         }
-        if (blurInto(direct ? *store : m_stretched)) {
+        if (blurInto(direct ? *store : m_stretched, drawn)) {
             if (!direct) {
                 painter.drawImage(bounds, m_stretched);
             }
         } else {
             painter.fillRect(bounds, failSafeColour);
         }
-        m_hasRenderedFrame = true;
+        setRenderedFrame(true);
     } else {
-        paintPicture(painter, bounds, m_frame.image(), pixels);
-        m_lastDraw = DrawResult{};
-        m_lastDraw.drewPicture = true;
-        m_hasRenderedFrame = true;
+        paintPicture(painter, bounds, frame().image(), pixels);
+        drawn = DrawResult{};
+        drawn.drewPicture = true;
+        setRenderedFrame(true);
     }
-    if (m_overlayPainter) {
+    if (overlayPainter()) {
         painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-        m_overlayPainter(painter, bounds.size());
+        overlayPainter()(painter, bounds.size());
     }
     painter.end();
-    if (onPresented) {
-        // The backing store is flushed when this paint returns.
-        QTimer::singleShot(0, this, [this] {
-            if (onPresented) {
-                onPresented();
-            }
-        });
-    }
+    // The backing store is flushed when this paint returns.
+    reportPresentedAfterPaint();
 }
 
 void RasterCaptureWindow::paintPicture(QPainter &painter, const QRectF &bounds,
@@ -104,41 +97,6 @@ void RasterCaptureWindow::paintPicture(QPainter &painter, const QRectF &bounds,
     }
     painter.drawImage(bounds, picture);
     painter.restore();
-}
-
-void RasterCaptureWindow::requestPaint()
-{
-    m_hasRenderedFrame = false;
-    update();
-}
-
-void RasterCaptureWindow::setFrame(const CapturedFrame &frame)
-{
-    m_frame = frame;
-    requestPaint();
-}
-
-void RasterCaptureWindow::setRenderSettings(const RenderSettings &settings)
-{
-    m_settings = settings;
-    requestPaint();
-}
-
-void RasterCaptureWindow::setMaximumMipChainSide(int pixels)
-{
-    m_maximumMipChainSide = pixels;
-    requestPaint();
-}
-
-void RasterCaptureWindow::setOverlayPainter(std::function<void(QPainter &, QSizeF)> painter)
-{
-    m_overlayPainter = std::move(painter);
-    update();
-}
-
-void RasterCaptureWindow::updateOverlay()
-{
-    update();
 }
 
 } // namespace lookpane

@@ -138,10 +138,11 @@ bool StoredKeyCombo::isEnabled() const
     return m_preferences.boolValue(key(".enabled"));
 }
 
-std::uint16_t StoredKeyCombo::keyCode() const
+std::uint64_t StoredKeyCombo::storedWord(const char *suffix, std::uint64_t largest,
+                                         const char *expectation) const
 {
-    const QString name = key(".keyCode");
-    constexpr std::uint64_t largest = std::numeric_limits<std::uint16_t>::max();
+    const QString name = key(suffix);
+    // The stored value first; one that is not a number at all falls back to the default.
     for (const QVariant &value :
          {m_preferences.contains(name) ? m_preferences.value(name) : QVariant(),
           m_preferences.registeredDefault(name)}) {
@@ -151,30 +152,23 @@ std::uint16_t StoredKeyCombo::keyCode() const
         }
         if (reading.kind == IntegerReading::Kind::otherNumber || reading.isNegative ||
             reading.magnitude > largest) {
-            stopForCorruptSetting(m_preferences, name, reading.text, "a key code (0...65535)");
-        }
-        return static_cast<std::uint16_t>(reading.magnitude);
-    }
-    return 0;
-}
-
-std::uint64_t StoredKeyCombo::modifiers() const
-{
-    const QString name = key(".modifiers");
-    for (const QVariant &value :
-         {m_preferences.contains(name) ? m_preferences.value(name) : QVariant(),
-          m_preferences.registeredDefault(name)}) {
-        const IntegerReading reading = readInteger(value);
-        if (reading.kind == IntegerReading::Kind::notANumber) {
-            continue;
-        }
-        if (reading.kind == IntegerReading::Kind::otherNumber || reading.isNegative) {
-            stopForCorruptSetting(m_preferences, name, reading.text,
-                                  "a modifier word (a whole number from 0 to 2^64 - 1)");
+            stopForCorruptSetting(m_preferences, name, reading.text, expectation);
         }
         return reading.magnitude;
     }
     return 0;
+}
+
+std::uint16_t StoredKeyCombo::keyCode() const
+{
+    constexpr std::uint16_t largest = std::numeric_limits<std::uint16_t>::max();
+    return static_cast<std::uint16_t>(storedWord(".keyCode", largest, "a key code (0...65535)"));
+}
+
+std::uint64_t StoredKeyCombo::modifiers() const
+{
+    return storedWord(".modifiers", std::numeric_limits<std::uint64_t>::max(),
+                      "a modifier word (a whole number from 0 to 2^64 - 1)");
 }
 
 std::optional<KeyCombo> StoredKeyCombo::combo() const

@@ -41,6 +41,11 @@ public:
 
 private:
     QString key(const char *suffix) const;
+    // The stored whole number under prefix + `suffix`, or the registered default where the
+    // stored value is not a number. A number that is negative, not whole or above `largest`
+    // ends the program with a message saying it is not `expectation`.
+    std::uint64_t storedWord(const char *suffix, std::uint64_t largest,
+                             const char *expectation) const;
 
     Preferences &m_preferences;
     QString m_prefix;

@@ -1,14 +1,8 @@
 #include "shortcuts/ToolShortcutPreferences.h"
 
-#include "model/Preferences.h"
-#include "shortcuts/StoredKeyCombo.h"
 #include "shortcuts/VirtualKeyCode.h"
 
 namespace lookpane {
-
-ToolShortcutPreferences::ToolShortcutPreferences(Preferences &preferences)
-    : m_preferences(preferences)
-{}
 
 KeyCombo ToolShortcutPreferences::defaultCombo(AnnotationTool tool)
 {
@@ -25,35 +19,6 @@ KeyCombo ToolShortcutPreferences::defaultCombo(AnnotationTool tool)
         return {VirtualKeyCode::o, 0};
     }
     return {};
-}
-
-QString ToolShortcutPreferences::keyPrefix(AnnotationTool tool)
-{
-    return QStringLiteral("ToolShortcut.") + rawValue(tool);
-}
-
-StoredKeyCombo ToolShortcutPreferences::stored(AnnotationTool tool) const
-{
-    return StoredKeyCombo(m_preferences, keyPrefix(tool));
-}
-
-void ToolShortcutPreferences::registerDefaults()
-{
-    std::map<QString, QVariant> defaults;
-    for (const AnnotationTool tool : allCases<AnnotationTool>()) {
-        defaults.merge(stored(tool).defaults(defaultCombo(tool)));
-    }
-    m_preferences.registerDefaults(defaults);
-}
-
-std::optional<KeyCombo> ToolShortcutPreferences::combo(AnnotationTool tool) const
-{
-    return stored(tool).combo();
-}
-
-void ToolShortcutPreferences::setCombo(std::optional<KeyCombo> combo, AnnotationTool tool)
-{
-    stored(tool).setCombo(combo);
 }
 
 std::optional<AnnotationTool> ToolShortcutPreferences::tool(const KeyPress &press) const

@@ -1,0 +1,96 @@
+#include "render/CaptureSurface.h"
+
+#include <QPaintDeviceWindow>
+#include <QTimer>
+
+#include <utility>
+
+namespace lookpane {
+
+namespace {
+
+void callIfSet(const std::function<void()> &callback)
+{
+    if (callback) {
+        callback();
+    }
+}
+
+} // namespace
+
+CaptureSurface::CaptureSurface(QPaintDeviceWindow *window) : m_window(*window) {}
+
+QWindow *CaptureSurface::window() const
+{
+    return &m_window;
+}
+
+void CaptureSurface::requestDraw()
+{
+    m_hasRenderedFrame = false;
+    m_window.update();
+}
+
+void CaptureSurface::setFrame(const CapturedFrame &frame)
+{
+    m_frame = frame;
+    frameChanged();
+    requestDraw();
+}
+
+void CaptureSurface::setRenderSettings(const RenderSettings &settings)
+{
+    m_settings = settings;
+    requestDraw();
+}
+
+void CaptureSurface::setMaximumMipChainSide(int pixels)
+{
+    m_maximumMipChainSide = pixels;
+    maximumMipChainSideChanged();
+    requestDraw();
+}
+
+void CaptureSurface::setOverlayPainter(OverlayPainter painter)
+{
+    // The marks lie over the picture: the picture itself stays drawn.
+    m_overlayPainter = std::move(painter);
+    overlayPainterChanged();
+    m_window.update();
+}
+
+void CaptureSurface::updateOverlay()
+{
+    overlayInvalidated();
+    m_window.update();
+}
+
+DrawResult &CaptureSurface::startDraw()
+{
+    ++m_drawCount;
+    return m_lastDraw;
+}
+
+void CaptureSurface::reportUnavailable()
+{
+    if (m_unavailable) {
+        return;
+    }
+    m_unavailable = true;
+    QTimer::singleShot(0, &m_window, [this] { callIfSet(onUnavailable); });
+}
+
+void CaptureSurface::reportPresented()
+{
+    callIfSet(onPresented);
+}
+
+void CaptureSurface::reportPresentedAfterPaint()
+{
+    // No timer while nobody listens; whoever listens when it fires is told.
+    if (onPresented) {
+        QTimer::singleShot(0, &m_window, [this] { reportPresented(); });
+    }
+}
+
+} // namespace lookpane
