@@ -1,22 +1,23 @@
 #include "app/LookpaneWindowController.h"
 
 #include "annotation/canvas/AnnotationCanvasView.h"
+#include "app/AppLog.h"
 #include "frame/ApplicationEventTap.h"
 #include "frame/BorderlessWindow.h"
 #include "frame/FrameGeometry.h"
-#include "render/GlCaptureView.h"
 #include "frame/PreviewView.h"
 #include "frame/ScopeBorderView.h"
-#include "platform/x11/X11PointerReleaseMonitor.h"
-#include "platform/x11/X11WindowTraits.h"
 #include "model/Preferences.h"
 #include "model/ScreenCoordinates.h"
+#include "platform/x11/X11DesktopHints.h"
+#include "platform/x11/X11PointerReleaseMonitor.h"
+#include "platform/x11/X11WindowTraits.h"
+#include "render/GlCaptureView.h"
 #include "shortcuts/KeyComboText.h"
 #include "shortcuts/ModifierMapping.h"
 #include "shortcuts/PhysicalKeys.h"
 #include "shortcuts/ToolShortcutPreferences.h"
 #include "toolbar/FrameToolbarWindowController.h"
-#include "platform/x11/X11DesktopHints.h"
 
 #include <QBitmap>
 #include <QGuiApplication>
@@ -113,9 +114,10 @@ LookpaneWindowController::LookpaneWindowController(Preferences &preferences,
     if (m_pointerReleaseMonitor) {
         m_pointerReleaseMonitor->onLeftButtonReleased = [this] { handleSystemWideLeftMouseUp(); };
     } else {
-        qWarning("Lookpane: releases of the mouse in other applications cannot be seen (%s); "
-                 "move mode then ends only at a release over Lookpane's own windows",
-                 qPrintable(monitorFailure));
+        qCWarning(lcApp,
+                  "Lookpane: releases of the mouse in other applications cannot be seen (%s); "
+                  "move mode then ends only at a release over Lookpane's own windows",
+                  qPrintable(monitorFailure));
     }
     applyRatioToWindow();
     applyMode();

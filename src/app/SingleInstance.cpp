@@ -1,5 +1,7 @@
 #include "app/SingleInstance.h"
 
+#include "app/AppLog.h"
+
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QRegularExpression>
@@ -42,8 +44,8 @@ bool SingleInstance::claim()
     m_server->setSocketOptions(QLocalServer::UserAccessOption);
     if (!m_server->listen(name)) {
         // Running without the guard is better than not running at all.
-        qWarning("Lookpane: cannot listen on %s: %s", qPrintable(name),
-                 qPrintable(m_server->errorString()));
+        qCWarning(lcApp, "Lookpane: cannot listen on %s: %s", qPrintable(name),
+                  qPrintable(m_server->errorString()));
         return true;
     }
     connect(m_server, &QLocalServer::newConnection, this, &SingleInstance::acceptConnections);

@@ -1,5 +1,7 @@
 #include "capture/x11/CaptureSession.h"
 
+#include "capture/x11/CaptureX11Log.h"
+
 #include <xcb/composite.h>
 #include <xcb/damage.h>
 #include <xcb/shape.h>
@@ -21,7 +23,9 @@ std::int64_t monotonicNow()
 
 } // namespace
 
-CaptureSession::CaptureSession(const std::string &displayName) : m_connection(displayName) {}
+CaptureSession::CaptureSession(const std::string &displayName)
+    : m_connection(displayName, lcCaptureX11())
+{}
 
 CaptureSession::~CaptureSession()
 {
@@ -50,8 +54,8 @@ std::optional<QString> CaptureSession::start(const CaptureSettings &settings)
     // redirection stands above it.
     if (std::optional<XError> error = m_connection.check(
             xcb_composite_redirect_subwindows_checked(c, root, XCB_COMPOSITE_REDIRECT_AUTOMATIC))) {
-        return QStringLiteral("the X server refused to redirect the windows (X error %1)")
-            .arg(error->code);
+        return QStringLiteral("the X server refused to redirect the windows (%1)")
+            .arg(describe(*error, m_connection.errorCodes()));
     }
     m_redirected = true;
     // Structure notify: the root window itself is resized when the screen is (RandR).
@@ -155,8 +159,10 @@ void CaptureSession::handleEvent(const xcb_generic_event_t &event)
     const std::uint8_t type = event.response_type & 0x7F;
     switch (type) {
     case 0:
-        // A window vanished under a request (BadWindow, BadDrawable, BadMatch, BadDamage,
-        // BadPicture ...): expected; read the stack again and carry on.
+        // Mostly a window that vanished under a request (BadWindow, BadDrawable, BadMatch,
+        // BadDamage, BadPicture ...): expected, logged for debugging. Anything else is
+        // logged as a warning. Either way, read the stack again and carry on.
+        m_connection.report(reinterpret_cast<const xcb_generic_error_t &>(event));
         m_needsRescan = true;
         return;
     case XCB_CREATE_NOTIFY:

@@ -1,5 +1,6 @@
 #include "capture/x11/RandrMonitors.h"
 
+#include "platform/x11/XAtoms.h"
 #include "platform/x11/XcbConnection.h"
 
 #include <xcb/randr.h>
@@ -7,21 +8,6 @@
 #include <algorithm>
 
 namespace lookpane::x11 {
-
-namespace {
-
-QString atomName(xcb_connection_t *c, xcb_atom_t atom)
-{
-    Reply<xcb_get_atom_name_reply_t> reply(
-        xcb_get_atom_name_reply(c, xcb_get_atom_name(c, atom), nullptr));
-    if (!reply) {
-        return {};
-    }
-    return QString::fromLatin1(xcb_get_atom_name_name(reply.get()),
-                               xcb_get_atom_name_name_length(reply.get()));
-}
-
-} // namespace
 
 std::vector<Monitor> readMonitors(const XcbConnection &connection)
 {

@@ -1,5 +1,6 @@
 #include "capture/x11/X11CaptureBackend.h"
 
+#include "capture/x11/CaptureX11Log.h"
 #include "capture/x11/DisplayResolver.h"
 #include "capture/x11/ShareableWindows.h"
 #include "capture/x11/X11CaptureStream.h"
@@ -39,8 +40,8 @@ const std::shared_ptr<DisplayResolver> &X11CaptureBackend::resolver()
     // Opened on first use; a connection that broke (server restarted) is opened again.
     if (!m_resolver || !m_resolver->connection()->isValid() ||
         xcb_connection_has_error(m_resolver->connection()->get())) {
-        m_resolver =
-            std::make_shared<DisplayResolver>(std::make_shared<XcbConnection>(m_displayName));
+        m_resolver = std::make_shared<DisplayResolver>(
+            std::make_shared<XcbConnection>(m_displayName, lcCaptureX11()));
         const XcbConnection &connection = *m_resolver->connection();
         m_redirected = connection.isValid() && connection.extensions().composite.present;
         if (m_redirected) {
@@ -49,6 +50,10 @@ const std::shared_ptr<DisplayResolver> &X11CaptureBackend::resolver()
                                               XCB_COMPOSITE_REDIRECT_AUTOMATIC);
             xcb_flush(connection.get());
         }
+    } else {
+        // Replies read without asking for their errors leave them in the queue (a window
+        // listed a moment ago may have gone); nothing else reads this connection's queue.
+        m_resolver->connection()->reportQueuedErrors();
     }
     return m_resolver;
 }

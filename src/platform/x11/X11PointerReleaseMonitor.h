@@ -6,9 +6,10 @@
 #include <memory>
 
 class QSocketNotifier;
-struct xcb_connection_t;
 
 namespace lookpane::x11 {
+
+class XcbConnection;
 
 // Reports every release of the left mouse button anywhere on the screen, in whatever
 // application it happens, on the Qt event loop: XInput 2 raw button events selected on the
@@ -25,16 +26,10 @@ public:
     std::function<void()> onLeftButtonReleased;
 
 private:
-    struct ConnectionCloser
-    {
-        void operator()(xcb_connection_t *connection) const;
-    };
-
-    X11PointerReleaseMonitor(std::unique_ptr<xcb_connection_t, ConnectionCloser> connection,
-                             int inputOpcode);
+    X11PointerReleaseMonitor(std::unique_ptr<XcbConnection> connection, int inputOpcode);
     void readEvents();
 
-    std::unique_ptr<xcb_connection_t, ConnectionCloser> m_connection;
+    std::unique_ptr<XcbConnection> m_connection;
     int m_inputOpcode = 0;
     QSocketNotifier *m_notifier = nullptr; // child of this object
 };

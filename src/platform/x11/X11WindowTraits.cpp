@@ -1,25 +1,18 @@
 #include "platform/x11/X11WindowTraits.h"
 
-#include <QGuiApplication>
+#include "platform/x11/ApplicationConnection.h"
+#include "platform/x11/PlatformX11Log.h"
+#include "platform/x11/XAtoms.h"
+#include "platform/x11/XErrors.h"
+
 #include <QWidget>
 
 #include <xcb/shape.h>
 #include <xcb/xcb.h>
 
-#include <cstdlib>
-#include <cstring>
-#include <memory>
-
 namespace lookpane::X11WindowTraits {
 
 namespace {
-
-xcb_connection_t *connection()
-{
-    const auto *x11 =
-        qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
-    return x11 ? x11->connection() : nullptr;
-}
 
 xcb_window_t nativeWindow(QWidget *window)
 {
@@ -30,28 +23,17 @@ xcb_window_t nativeWindow(QWidget *window)
 }
 
 // Sends a request and waits for its outcome, so that an error (a window destroyed by someone
-// else meanwhile) is consumed here instead of reaching Qt's error handler.
+// else meanwhile) is consumed and reported here instead of reaching Qt's error handler.
 bool checked(xcb_connection_t *c, xcb_void_cookie_t cookie)
 {
-    std::unique_ptr<xcb_generic_error_t, decltype(&std::free)> error(xcb_request_check(c, cookie),
-                                                                     &std::free);
-    return !error;
-}
-
-xcb_atom_t internAtom(xcb_connection_t *c, const char *name)
-{
-    std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> reply(
-        xcb_intern_atom_reply(
-            c, xcb_intern_atom(c, 0, static_cast<uint16_t>(std::strlen(name)), name), nullptr),
-        &std::free);
-    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+    return !x11::checkRequest(c, cookie, lcPlatformX11());
 }
 
 } // namespace
 
 static bool setShape(QWidget *window, xcb_shape_kind_t kind, const std::vector<QRect> &rects)
 {
-    xcb_connection_t *c = connection();
+    xcb_connection_t *c = x11::applicationConnection();
     const xcb_window_t id = nativeWindow(window);
     if (!c || id == XCB_WINDOW_NONE) {
         return false;
@@ -81,7 +63,7 @@ static bool setShape(QWidget *window, xcb_shape_kind_t kind, const std::vector<Q
 
 static bool clearShape(QWidget *window, xcb_shape_kind_t kind)
 {
-    xcb_connection_t *c = connection();
+    xcb_connection_t *c = x11::applicationConnection();
     const xcb_window_t id = nativeWindow(window);
     if (!c || id == XCB_WINDOW_NONE) {
         return false;
@@ -131,12 +113,12 @@ namespace lookpane::X11WindowTraits {
 
 bool setWindowRole(QWidget *window, const QByteArray &role)
 {
-    xcb_connection_t *c = connection();
+    xcb_connection_t *c = x11::applicationConnection();
     if (!c || !window || !window->isWindow()) {
         return false;
     }
     const auto id = static_cast<xcb_window_t>(window->winId());
-    const xcb_atom_t atom = internAtom(c, "WM_WINDOW_ROLE");
+    const xcb_atom_t atom = x11::internAtom(c, "WM_WINDOW_ROLE");
     if (atom == XCB_ATOM_NONE) {
         return false;
     }

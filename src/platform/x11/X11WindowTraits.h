@@ -10,7 +10,8 @@ class QWidget;
 
 // Window properties that Qt does not offer on X11, set on a shown top-level window.
 // Each function does nothing (and returns false) off X11 or for a window without a native
-// handle; X errors (a window that vanished) are swallowed.
+// handle. X errors are consumed here and logged to "lookpane.platform.x11" (see
+// platform/x11/XErrors.h); the function then returns false.
 namespace lookpane::X11WindowTraits {
 
 // Sets the window's input shape to `rects` (window coordinates, pixels): clicks outside them

@@ -13,7 +13,7 @@ namespace lookpane::x11 {
 // Owns one server-side X resource: frees it when the holder goes or is given another. The
 // id is generated up front; the request that creates the resource is sent by the caller
 // with id(). Freeing a resource that the server has already dropped (its window vanished)
-// only yields an error event that the capture loop ignores.
+// only yields an error event that the capture loop reports as a routine one.
 template <typename Traits> class XResource
 {
 public:

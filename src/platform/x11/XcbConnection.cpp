@@ -1,5 +1,8 @@
 #include "platform/x11/XcbConnection.h"
 
+#include "platform/x11/PlatformX11Log.h"
+#include "platform/x11/XAtoms.h"
+
 #include <xcb/composite.h>
 #include <xcb/damage.h>
 #include <xcb/randr.h>
@@ -10,8 +13,6 @@
 #include <xcb/xfixes.h>
 
 #include <QStringList>
-
-#include <cstring>
 
 namespace lookpane::x11 {
 
@@ -29,31 +30,30 @@ ExtensionInfo presence(xcb_connection_t *connection, xcb_extension_t *extension)
 } // namespace
 
 XcbConnection::XcbConnection(const std::string &displayName)
+    : XcbConnection(displayName, lcPlatformX11())
+{}
+
+XcbConnection::XcbConnection(const std::string &displayName, const QLoggingCategory &category)
+    : m_category(&category)
 {
-    xcb_connection_t *connection =
-        xcb_connect(displayName.empty() ? nullptr : displayName.c_str(), nullptr);
-    if (xcb_connection_has_error(connection)) {
-        xcb_disconnect(connection);
+    OwnedConnection connection(
+        xcb_connect(displayName.empty() ? nullptr : displayName.c_str(), nullptr));
+    if (xcb_connection_has_error(connection.get())) {
         m_failure = displayName.empty() ? QStringLiteral("The X display cannot be opened")
                                         : QStringLiteral("The X display %1 cannot be opened")
                                               .arg(QString::fromStdString(displayName));
         return;
     }
-    m_connection = connection;
-    m_screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
+    m_connection = std::move(connection);
+    m_screen = xcb_setup_roots_iterator(xcb_get_setup(m_connection.get())).data;
     queryExtensions();
 }
 
-XcbConnection::~XcbConnection()
-{
-    if (m_connection) {
-        xcb_disconnect(m_connection);
-    }
-}
+XcbConnection::~XcbConnection() = default;
 
 void XcbConnection::queryExtensions()
 {
-    xcb_connection_t *c = m_connection;
+    xcb_connection_t *c = m_connection.get();
     // Ask for every extension at once, then read the answers.
     xcb_prefetch_extension_data(c, &xcb_composite_id);
     xcb_prefetch_extension_data(c, &xcb_damage_id);
@@ -136,50 +136,61 @@ void XcbConnection::queryExtensions()
 
 xcb_atom_t XcbConnection::atom(const char *name) const
 {
-    if (!m_connection) {
-        return XCB_ATOM_NONE;
-    }
-    Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
-        m_connection,
-        xcb_intern_atom(m_connection, 0, static_cast<std::uint16_t>(std::strlen(name)), name),
-        nullptr));
-    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+    return internAtom(m_connection.get(), name);
 }
 
 std::optional<XError> XcbConnection::check(xcb_void_cookie_t cookie) const
 {
-    Reply<xcb_generic_error_t> error(xcb_request_check(m_connection, cookie));
+    const Reply<xcb_generic_error_t> error(xcb_request_check(m_connection.get(), cookie));
     if (!error) {
         return std::nullopt;
     }
-    return XError{error->error_code, error->major_code, error->minor_code, error->resource_id};
+    const XError value = toXError(*error);
+    report(value);
+    return value;
 }
 
 bool XcbConnection::sync() const
 {
+    xcb_connection_t *c = m_connection.get();
     Reply<xcb_get_input_focus_reply_t> reply(
-        xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
+        xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
     return reply != nullptr;
 }
 
-bool XcbConnection::isVanishedResourceError(const xcb_generic_error_t &error) const
+const XErrorCodes &XcbConnection::errorCodes() const
 {
-    switch (error.error_code) {
-    case XCB_WINDOW:
-    case XCB_DRAWABLE:
-    case XCB_MATCH:
-    case XCB_PIXMAP:
-    case XCB_VALUE:
-        return true;
-    default:
-        break;
+    if (!m_errorCodes) {
+        m_errorCodes = XErrorCodes::of(m_connection.get());
     }
-    const auto isFrom = [&](const ExtensionInfo &extension, int offset) {
-        return extension.present && error.error_code == extension.firstError + offset;
-    };
-    return isFrom(m_extensions.damage, XCB_DAMAGE_BAD_DAMAGE) ||
-           isFrom(m_extensions.render, XCB_RENDER_PICTURE) ||
-           isFrom(m_extensions.xfixes, XCB_XFIXES_BAD_REGION);
+    return *m_errorCodes;
+}
+
+XErrorClass XcbConnection::classify(const xcb_generic_error_t &error) const
+{
+    return x11::classify(toXError(error), errorCodes());
+}
+
+XErrorClass XcbConnection::report(const xcb_generic_error_t &error) const
+{
+    return report(toXError(error));
+}
+
+XErrorClass XcbConnection::report(const XError &error) const
+{
+    return x11::report(*m_category, error, errorCodes());
+}
+
+void XcbConnection::reportQueuedErrors() const
+{
+    if (!m_connection) {
+        return;
+    }
+    while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(m_connection.get())}) {
+        if (event->response_type == 0) {
+            report(*reinterpret_cast<const xcb_generic_error_t *>(event.get()));
+        }
+    }
 }
 
 std::optional<QString> missingCaptureSupport(const XcbConnection &connection)

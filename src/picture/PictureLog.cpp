@@ -1,0 +1,7 @@
+#include "picture/PictureLog.h"
+
+namespace lookpane {
+
+Q_LOGGING_CATEGORY(lcPicture, "lookpane.picture", QtWarningMsg)
+
+} // namespace lookpane

@@ -1,0 +1,7 @@
+#include "render/RenderLog.h"
+
+namespace lookpane {
+
+Q_LOGGING_CATEGORY(lcRender, "lookpane.render", QtWarningMsg)
+
+} // namespace lookpane

@@ -1,0 +1,7 @@
+#include "shortcuts/ShortcutsLog.h"
+
+namespace lookpane {
+
+Q_LOGGING_CATEGORY(lcShortcuts, "lookpane.shortcuts", QtWarningMsg)
+
+} // namespace lookpane
