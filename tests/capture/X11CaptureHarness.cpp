@@ -74,7 +74,9 @@ CaptureError X11CaptureHarness::start(const QRect &source, QSize size,
 {
     ContentFilter filter;
     filter.displayID = displayID();
-    filter.excludedProcessIDs = {getpid()};
+    if (excludeOwnProcess) {
+        filter.excludedProcessIDs = {getpid()};
+    }
     filter.excludedWindowIDs = std::move(excludedWindows);
     m_stream = m_backend.createStream(filter, configurationFor(source, size));
     m_stream->onSample = [this](const CaptureSample &sample) {

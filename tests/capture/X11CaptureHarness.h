@@ -33,13 +33,17 @@ public:
 
     // Passed with every configuration; set before start().
     int maximumFramesPerSecond = 60;
+    // Whether the windows of this process are left out; set before start(). Off for tests
+    // that make windows of their own over a plain X connection.
+    bool excludeOwnProcess = true;
 
     x11::X11CaptureBackend &backend() { return m_backend; }
     // The first display the backend lists.
     std::uint32_t displayID();
 
     // Starts capturing `source` (root pixels of the one display) delivered at `size` (the
-    // source's size when empty), leaving out this process and `excludedWindows`.
+    // source's size when empty), leaving out this process (see excludeOwnProcess) and
+    // `excludedWindows`.
     CaptureError start(const QRect &source, QSize size = {},
                        std::vector<std::uint32_t> excludedWindows = {});
     CaptureError update(const QRect &source, QSize size = {});

@@ -21,6 +21,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <memory>
 
 using namespace lookpane;
 using namespace lookpane::testing;
@@ -168,6 +169,58 @@ TEST(X11Stream, AScreenThatGrowsAfterTheStartIsFollowed)
         harness.waitForLatestWhere([](const QImage &f) { return isSolid(f, 0x30A050); }, 10000))
         << "the part of the screen that was added still comes out black";
 
+    EXPECT_EQ(harness.stop(), std::nullopt);
+}
+
+// A window created, then mapped a moment later: the stream learns of the creation, reads the
+// window stack, and the map comes in while it waits for the server's answers. Each window
+// must show up all the same, though nothing else happens on the screen afterwards.
+TEST(X11Stream, WindowsMappedWhileTheStackIsReadShowUp)
+{
+    X11CaptureHarness harness;
+    // The windows come from this process, over a connection of the test's own.
+    harness.excludeOwnProcess = false;
+    // Little pause between frames: the stream should be listening when a window is created,
+    // not waiting for its next frame's turn.
+    harness.maximumFramesPerSecond = 1000;
+    const QRect region(600, 300, 200, 150);
+    ASSERT_EQ(harness.start(region), std::nullopt);
+    ASSERT_TRUE(harness.waitForFrames(1, 10000));
+
+    // Closing the connection destroys every window made over it, whatever way the test ends.
+    const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> connection(
+        xcb_connect(display().c_str(), nullptr), &xcb_disconnect);
+    xcb_connection_t *c = connection.get();
+    ASSERT_EQ(xcb_connection_has_error(c), 0);
+    const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
+    const auto roundTrip = [c] {
+        std::free(xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
+    };
+    // A thousand unmapped windows make every reading of the stack long enough that the map
+    // falls into it on most rounds.
+    for (int i = 0; i < 1000; ++i) {
+        xcb_create_window(c, XCB_COPY_FROM_PARENT, xcb_generate_id(c), screen->root, 0, 0, 10, 10,
+                          0, XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, 0, nullptr);
+    }
+    roundTrip();
+    for (int round = 0; round < 40; ++round) {
+        // A colour of its own for each window, so each frame tells which one is on top.
+        const std::uint32_t color = 0x204000 + static_cast<std::uint32_t>(round) * 0x000105;
+        const xcb_window_t window = xcb_generate_id(c);
+        const std::uint32_t values[] = {color, 1};
+        xcb_create_window(
+            c, XCB_COPY_FROM_PARENT, window, screen->root, static_cast<std::int16_t>(region.x()),
+            static_cast<std::int16_t>(region.y()), static_cast<std::uint16_t>(region.width()),
+            static_cast<std::uint16_t>(region.height()), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
+            screen->root_visual, XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, values);
+        // The creation reaches the stream first; the map follows one round trip later.
+        roundTrip();
+        xcb_map_window(c, window);
+        xcb_flush(c);
+        ASSERT_TRUE(harness.waitForLatestWhere(
+            [color](const QImage &f) { return isSolid(f, color); }, 5000))
+            << "window " << round << " was mapped but never showed up";
+    }
     EXPECT_EQ(harness.stop(), std::nullopt);
 }
 

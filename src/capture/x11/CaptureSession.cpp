@@ -62,11 +62,19 @@ std::optional<QString> CaptureSession::start(const CaptureSettings &settings)
     const std::uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY |
                                XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_change_window_attributes(c, root, XCB_CW_EVENT_MASK, &mask);
+    // The screen size in the connection's setup is as old as the connection, and a resize
+    // carried out before the line above reached the server sent us no event. Asked after it,
+    // the root's geometry is current; every later resize is reported.
+    const xcb_get_geometry_cookie_t rootGeometry = xcb_get_geometry(c, root);
 
     m_excluded = std::make_unique<ExcludedWindows>(m_connection);
     m_sources = std::make_unique<WindowSources>(m_connection, *m_formats);
     m_background = std::make_unique<RootBackground>(m_connection, *m_formats);
     m_compositor = std::make_unique<RegionCompositor>(m_connection, *m_formats);
+    if (Reply<xcb_get_geometry_reply_t> geometry{
+            xcb_get_geometry_reply(c, rootGeometry, nullptr)}) {
+        m_compositor->setScreenSize(QSize(geometry->width, geometry->height));
+    }
     if (m_connection.extensions().shm.present && m_connection.extensions().shmSharedPixmaps) {
         m_pool = std::make_unique<ShmFramePool>(m_connection, m_formats->argb32());
     }
@@ -105,6 +113,7 @@ void CaptureSession::finish()
     m_plainPicture.reset();
     m_plainPixmap.reset();
     m_excluded.reset();
+    m_queuedEvent.reset();
     if (m_redirected) {
         const std::uint32_t none = XCB_EVENT_MASK_NO_EVENT;
         xcb_change_window_attributes(c, m_connection.root(), XCB_CW_EVENT_MASK, &none);
@@ -135,7 +144,11 @@ bool CaptureSession::processEvents()
         return false;
     }
     bool damaged = false;
-    while (Reply<xcb_generic_event_t> event{xcb_poll_for_event(c)}) {
+    Reply<xcb_generic_event_t> event = std::move(m_queuedEvent);
+    if (!event) {
+        event.reset(xcb_poll_for_event(c));
+    }
+    for (; event; event.reset(xcb_poll_for_event(c))) {
         const std::uint8_t type = event->response_type & 0x7F;
         if (type == m_connection.extensions().damage.firstEvent + XCB_DAMAGE_NOTIFY) {
             damaged = true;
@@ -150,6 +163,14 @@ bool CaptureSession::processEvents()
     rescanIfNeeded();
     xcb_flush(c);
     return !xcb_connection_has_error(c);
+}
+
+bool CaptureSession::hasQueuedEvents()
+{
+    if (!m_queuedEvent && m_connection.isValid()) {
+        m_queuedEvent.reset(xcb_poll_for_queued_event(m_connection.get()));
+    }
+    return m_queuedEvent != nullptr;
 }
 
 void CaptureSession::handleEvent(const xcb_generic_event_t &event)

@@ -40,6 +40,11 @@ public:
     int fileDescriptor() const;
     // Handles every event that has arrived; false once the connection is broken.
     bool processEvents();
+    // Whether events wait in xcb's own queue, read there while waiting for a reply (reading
+    // the stack, or a frame's round trip). poll() on fileDescriptor() cannot see them, so
+    // sleeping on it now could leave them unhandled until some unrelated event comes; the
+    // next processEvents() handles them.
+    bool hasQueuedEvents();
     bool needsFrame() const { return m_needsFrame; }
     const CaptureSettings &settings() const { return m_settings; }
 
@@ -65,6 +70,8 @@ private:
     std::unique_ptr<RegionCompositor> m_compositor;
     std::unique_ptr<ShmFramePool> m_pool;
     WindowStack m_stack;
+    // Taken out of xcb's queue by hasQueuedEvents(); processEvents() handles it first.
+    Reply<xcb_generic_event_t> m_queuedEvent;
     CaptureSettings m_settings;
     QRect m_source;
     // Without shared memory: one ordinary pixmap read back with GetImage.

@@ -108,7 +108,10 @@ void CaptureThread::run()
             break;
         }
         if (!session.needsFrame()) {
-            waitForWork(session.fileDescriptor(), -1);
+            // Events that already wait inside xcb would not wake the poll; handle them first.
+            if (!session.hasQueuedEvents()) {
+                waitForWork(session.fileDescriptor(), -1);
+            }
             continue;
         }
         const std::int64_t now = nowNs();

@@ -41,8 +41,8 @@ public:
                xcb_render_picture_t background, xcb_render_picture_t target,
                const QSize &targetSize);
 
-    // The screen's size in pixels: the connection's at first, then whatever the root window
-    // is resized to (RandR).
+    // The screen's size in pixels: the connection's setup's at first, then the root window's
+    // as the owner reads it or hears it was resized (RandR).
     void setScreenSize(QSize size) { m_screenSize = size; }
     QSize screenSize() const { return m_screenSize; }
 
