@@ -147,7 +147,7 @@ Result run(QSize box, bool blur, double measureSeconds)
         return result;
     }
 
-    // The box lies exactly on the source window (design coordinates: origin bottom-left).
+    // The box lies exactly on the source window (screen coordinates: origin bottom-left).
     QTemporaryDir config;
     QDir(config.path()).mkpath(QStringLiteral("Lookpane"));
     {

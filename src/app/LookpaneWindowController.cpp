@@ -41,14 +41,14 @@ const QString shareModeKey = QStringLiteral("ShareMode");
 constexpr std::uint16_t escapeKeyCode = 53;
 constexpr std::uint16_t deleteKeyCode = 51;
 
-QRect toQt(const QRectF &designRect)
+QRect toQt(const QRectF &screenRect)
 {
-    return qtRectFromDesign(designRect, primaryScreenHeight()).toRect();
+    return qtRectFromScreen(screenRect, primaryScreenHeight()).toRect();
 }
 
 QRectF fromQt(const QRect &qtRect)
 {
-    return designRectFromQt(QRectF(qtRect), primaryScreenHeight());
+    return screenRectFromQt(QRectF(qtRect), primaryScreenHeight());
 }
 
 void fill(QWidget *content, QWidget *window)
@@ -453,9 +453,9 @@ void LookpaneWindowController::setContentSize(const QSizeF &size, const QRectF &
     followFrameChange();
 }
 
-void LookpaneWindowController::setFrameRect(const QRectF &designRect)
+void LookpaneWindowController::setFrameRect(const QRectF &screenRect)
 {
-    m_frameWindow->setGeometry(toQt(designRect));
+    m_frameWindow->setGeometry(toQt(screenRect));
 }
 
 // What follows every change of the frame, in this order: the share window, the capture

@@ -42,7 +42,7 @@ class X11PointerReleaseMonitor;
 // meeting application shares). In overlay mode the share window lies exactly under the frame;
 // in detached mode the frame becomes an outline and the share window a movable window of the
 // box's shape. It owns the toolbar, the marks and both preview views, and reports every change
-// through its on... callbacks. Geometry is in the design's coordinates (points, origin at the
+// through its on... callbacks. Geometry is in screen coordinates (points, origin at the
 // bottom-left of the primary screen, y up) and converted to Qt's only at the windows.
 class LookpaneWindowController : public QObject
 {
@@ -74,7 +74,7 @@ public:
     void setMode(ShareMode mode);
     void setRatio(FrameRatio ratio);
     void applySizePreset(const FrameSizePreset &preset);
-    // "Fit to Window": lays the box over a window whose frame (design coordinates) is given.
+    // "Fit to Window": lays the box over a window whose frame (screen coordinates) is given.
     void snapTo(const QRectF &targetFrame);
     void setPrivacyBlur(bool active);
     void setAlwaysOnTop(bool onTop);
@@ -117,7 +117,7 @@ public:
     bool frameIgnoresMouse() const { return m_frameIgnoresMouse; }
 
     AnnotationStore &annotations() { return m_annotations; }
-    // The frame's content rectangle and the share window's rectangle, design coordinates.
+    // The frame's content rectangle and the share window's rectangle, in screen coordinates.
     QRectF contentRect() const;
     QRectF shareWindowRect() const;
     QScreen *screen() const;
@@ -134,7 +134,7 @@ private:
     void applyMode();
     void applyRatioToWindow();
     void applyWindowLevels();
-    void setFrameRect(const QRectF &designRect);
+    void setFrameRect(const QRectF &screenRect);
     void setContentSize(const QSizeF &size, const QRectF &reference);
     void followFrameChange();
     void syncShareWindowFrame();

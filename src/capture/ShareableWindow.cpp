@@ -89,7 +89,7 @@ std::vector<ShareableWindow> makeShareableWindows(const std::vector<ShareableWin
         if (window.title.isEmpty()) {
             window.title = window.applicationName;
         }
-        window.frame = designRectFromQt(entry.frame, topEdge);
+        window.frame = screenRectFromQt(entry.frame, topEdge);
         windows.push_back(std::move(window));
     }
 

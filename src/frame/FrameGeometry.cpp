@@ -5,7 +5,8 @@
 namespace lookpane::FrameGeometry {
 
 namespace {
-// QRectF's y is the design's minY here (y grows upwards), so its "bottom" is the top edge.
+// In screen coordinates a QRectF's y is its lowest edge (y grows upwards), so its "bottom" is
+// the top edge: these helpers name the edges for what they are.
 double minX(const QRectF &r)
 {
     return r.x();

@@ -9,7 +9,7 @@
 
 #include <optional>
 
-// The geometry of the box and of the windows that follow it, as pure functions in the design's
+// The geometry of the box and of the windows that follow it, as pure functions in screen
 // coordinates (points, origin at the bottom-left of the primary screen, y up). The frame
 // window controller applies the results to its windows; nothing here touches a window.
 namespace lookpane::FrameGeometry {

@@ -14,7 +14,7 @@ namespace lookpane {
 class Preferences;
 
 // Typed access to the frame's persisted settings and the saving and restoring of the frame
-// window's and the detached share window's rectangles (design coordinates).
+// window's and the detached share window's rectangles (screen coordinates).
 class FramePreferences
 {
 public:

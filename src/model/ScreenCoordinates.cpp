@@ -5,26 +5,26 @@
 
 namespace lookpane {
 
-QRectF designRectFromQt(const QRectF &qtRect, qreal primaryHeight)
+QRectF screenRectFromQt(const QRectF &qtRect, qreal primaryHeight)
 {
     return QRectF(qtRect.x(), primaryHeight - (qtRect.y() + qtRect.height()), qtRect.width(),
                   qtRect.height());
 }
 
-QRectF qtRectFromDesign(const QRectF &designRect, qreal primaryHeight)
+QRectF qtRectFromScreen(const QRectF &screenRect, qreal primaryHeight)
 {
     // The flip is its own inverse.
-    return designRectFromQt(designRect, primaryHeight);
+    return screenRectFromQt(screenRect, primaryHeight);
 }
 
-QPointF designPointFromQt(const QPointF &qtPoint, qreal primaryHeight)
+QPointF screenPointFromQt(const QPointF &qtPoint, qreal primaryHeight)
 {
     return QPointF(qtPoint.x(), primaryHeight - qtPoint.y());
 }
 
-QPointF qtPointFromDesign(const QPointF &designPoint, qreal primaryHeight)
+QPointF qtPointFromScreen(const QPointF &screenPoint, qreal primaryHeight)
 {
-    return QPointF(designPoint.x(), primaryHeight - designPoint.y());
+    return QPointF(screenPoint.x(), primaryHeight - screenPoint.y());
 }
 
 qreal primaryScreenHeight()

@@ -16,8 +16,8 @@ ScreenLayout currentScreenLayout()
     }
     const qreal height = primary->geometry().height();
     const auto add = [&](const QScreen *screen) {
-        layout.screens.push_back({designRectFromQt(QRectF(screen->geometry()), height),
-                                  designRectFromQt(QRectF(screen->availableGeometry()), height)});
+        layout.screens.push_back({screenRectFromQt(QRectF(screen->geometry()), height),
+                                  screenRectFromQt(QRectF(screen->availableGeometry()), height)});
     };
     // The primary screen comes first, as the window system counts screens.
     add(primary);

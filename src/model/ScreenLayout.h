@@ -8,7 +8,7 @@
 
 namespace lookpane {
 
-// The connected screens as the geometry code sees them, in the design's coordinates
+// The connected screens as the geometry code sees them, in screen coordinates
 // (points, origin bottom-left of the primary screen, y up).
 struct ScreenLayout
 {

@@ -57,13 +57,13 @@ TEST(LaunchSmoke, FirstLaunchShowsCentredDefaultFrameAndExitsCleanlyOnSigterm)
     ASSERT_TRUE(WIFEXITED(*status)) << "lookpane died of a signal";
     EXPECT_EQ(WEXITSTATUS(*status), 0);
 
-    // The frame was saved in the design's coordinates (origin bottom-left).
+    // The frame was saved in screen coordinates (origin bottom-left).
     QSettings settings(settingsFile(config), QSettings::NativeFormat);
     EXPECT_EQ(rectFromText(settings.value(QStringLiteral("FrameWindowFrame")).toString()),
               QRectF(560, 315, 800, 450));
 }
 
-TEST(LaunchSmoke, RelaunchRestoresTheSavedFrameInDesignCoordinates)
+TEST(LaunchSmoke, RelaunchRestoresTheSavedFrameInScreenCoordinates)
 {
     XvfbServer server({1920, 1080});
     ASSERT_TRUE(server.isRunning());

@@ -66,7 +66,7 @@ protected:
     std::unique_ptr<LookpaneWindowController> makeController(const QRect &qtRect)
     {
         return std::make_unique<LookpaneWindowController>(
-            *m_preferences, designRectFromQt(QRectF(qtRect), primaryScreenHeight()));
+            *m_preferences, screenRectFromQt(QRectF(qtRect), primaryScreenHeight()));
     }
 
     void showAndWait(LookpaneWindowController &controller)
@@ -117,21 +117,21 @@ TEST_F(FrameController, WithClickThroughTheEdgeBandsTakeClicksAndTheInteriorPass
     showAndWait(*controller);
     ASSERT_EQ(controller->frameWindow()->geometry(), beneath);
 
-    // Design coordinates inside the frame (y up): (5, 100) and (320, 355) are in the left and
+    // Screen coordinates inside the frame (y up): (5, 100) and (320, 355) are in the left and
     // top bands, (320, 100) inside.
-    const auto clickAtDesign = [&](int x, int y) {
+    const auto clickAtScreenPoint = [&](int x, int y) {
         const int qtY = beneath.height() - y;
         xdotool(display(), {"mousemove", "--sync", std::to_string(beneath.x() + x),
                             std::to_string(beneath.y() + qtY)});
         xdotool(display(), {"click", "1"});
     };
-    clickAtDesign(5, 100);
+    clickAtScreenPoint(5, 100);
     EXPECT_TRUE(waitUntil([&] { return counter.count == 1; }));
-    clickAtDesign(320, 355);
+    clickAtScreenPoint(320, 355);
     EXPECT_TRUE(waitUntil([&] { return counter.count == 2; }));
     EXPECT_FALSE(pattern.waitForClick(200).has_value());
 
-    clickAtDesign(320, 100);
+    clickAtScreenPoint(320, 100);
     const std::optional<QPoint> passed = pattern.waitForClick(3000);
     ASSERT_TRUE(passed.has_value()) << "the interior click did not reach the window beneath";
     EXPECT_EQ(*passed, QPoint(320, 260));
