@@ -4,11 +4,11 @@
 #include "XvfbServer.h"
 
 #include "annotation/canvas/AnnotationCanvasView.h"
+#include "frame/PreviewView.h"
 #include "picture/CapturedFrame.h"
 #include "render/CaptureRenderer.h"
 #include "render/CaptureSurface.h"
 #include "render/GlCaptureView.h"
-#include "frame/PreviewView.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

@@ -1,10 +1,10 @@
 #include "app/AppDelegate.h"
 
+#include "app/LookpaneWindowController.h"
 #include "capture/ScreenCaptureEngine.h"
 #include "capture/x11/X11CaptureBackend.h"
 #include "capture/x11/X11WindowRedirection.h"
 #include "frame/BorderlessWindow.h"
-#include "app/LookpaneWindowController.h"
 #include "model/FramePreferences.h"
 #include "model/Preferences.h"
 #include "model/ScreenCoordinates.h"

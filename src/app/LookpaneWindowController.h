@@ -1,7 +1,6 @@
 #pragma once
 
 #include "annotation/AnnotationStore.h"
-#include "picture/CapturedFrame.h"
 #include "frame/FrameSizePreset.h"
 #include "model/AnnotationColor.h"
 #include "model/AnnotationTool.h"
@@ -10,6 +9,7 @@
 #include "model/FrameRatio.h"
 #include "model/ScreenLayout.h"
 #include "model/ShareMode.h"
+#include "picture/CapturedFrame.h"
 
 #include <QObject>
 #include <QPointer>

@@ -2,11 +2,11 @@
 
 #include "capture/CaptureBackend.h"
 #include "capture/CaptureDisplay.h"
-#include "picture/CapturedFrame.h"
 #include "capture/ScreenCaptureState.h"
 #include "capture/ShareableWindow.h"
 #include "capture/StreamSetup.h"
 #include "model/ScreenLayout.h"
+#include "picture/CapturedFrame.h"
 
 #include <QObject>
 #include <QRectF>

@@ -1,9 +1,9 @@
 #include "frame/PreviewView.h"
 
 #include "annotation/canvas/AnnotationCanvasView.h"
+#include "frame/ScopeBorderView.h"
 #include "render/GlCaptureView.h"
 #include "render/RasterCaptureWindow.h"
-#include "frame/ScopeBorderView.h"
 
 #include <QFontMetricsF>
 #include <QPainter>

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "annotation/Annotation.h"
-#include "picture/CapturedFrame.h"
 #include "frame/PreviewStyle.h"
 #include "model/BlurStrength.h"
+#include "picture/CapturedFrame.h"
 
 #include <QPointer>
 #include <QWidget>

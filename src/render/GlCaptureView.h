@@ -1,10 +1,10 @@
 #pragma once
 
-#include "picture/CapturedFrame.h"
+#include "model/BlurStrength.h"
 #include "picture/BlurParameters.h"
+#include "picture/CapturedFrame.h"
 #include "render/CaptureRenderer.h"
 #include "render/CaptureSurface.h"
-#include "model/BlurStrength.h"
 
 #include <QOpenGLWidget>
 #include <QSurfaceFormat>

@@ -1,7 +1,7 @@
 #include "toolbar/ToolbarPanel.h"
 
-#include "toolbar/DragHandleView.h"
 #include "platform/x11/X11DesktopHints.h"
+#include "toolbar/DragHandleView.h"
 
 #include <QPainter>
 #include <QPainterPath>

@@ -6,10 +6,10 @@
 #include "XReadback.h"
 
 #include "annotation/canvas/AnnotationCanvasView.h"
-#include "render/GlCaptureView.h"
 #include "frame/PreviewView.h"
 #include "frame/ScopeBorderView.h"
 #include "model/SystemColors.h"
+#include "render/GlCaptureView.h"
 
 #include <gtest/gtest.h>
 

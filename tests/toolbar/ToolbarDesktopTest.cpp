@@ -4,10 +4,10 @@
 #include "ToolbarTestSupport.h"
 #include "XReadback.h"
 
+#include "platform/x11/X11DesktopHints.h"
 #include "toolbar/SymbolButton.h"
 #include "toolbar/SymbolIcons.h"
 #include "toolbar/ToolbarPanel.h"
-#include "platform/x11/X11DesktopHints.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "picture/CapturedFrame.h"
 #include "capture/x11/CaptureSettings.h"
 #include "capture/x11/ExcludedWindows.h"
 #include "capture/x11/RegionCompositor.h"
@@ -9,6 +8,7 @@
 #include "capture/x11/ShmFramePool.h"
 #include "capture/x11/WindowSources.h"
 #include "capture/x11/WindowStack.h"
+#include "picture/CapturedFrame.h"
 #include "platform/x11/XcbConnection.h"
 
 #include <QString>
