@@ -4,6 +4,8 @@
 
 namespace lookpane {
 
+AnnotationStore::AnnotationStore(QObject *parent) : QObject(parent) {}
+
 void AnnotationStore::setAnnotations(std::vector<Annotation> annotations)
 {
     m_annotations = std::move(annotations);
@@ -24,9 +26,7 @@ void AnnotationStore::pushHistory()
 
 void AnnotationStore::notify()
 {
-    if (onChange) {
-        onChange();
-    }
+    Q_EMIT changed();
 }
 
 void AnnotationStore::commitDraft()

@@ -2,8 +2,9 @@
 
 #include "annotation/Annotation.h"
 
+#include <QObject>
+
 #include <cstddef>
-#include <functional>
 #include <optional>
 #include <vector>
 
@@ -12,9 +13,13 @@ namespace lookpane {
 // Owns the committed marks, the mark being drawn and an undo history of whole snapshots.
 // One instance per frame window controller, which sets the draft while the mouse drags and
 // hands the marks (and the draft) to every canvas after each change. Main thread only.
-class AnnotationStore
+class AnnotationStore : public QObject
 {
+    Q_OBJECT
+
 public:
+    explicit AnnotationStore(QObject *parent = nullptr);
+
     // How many snapshots the history keeps; the oldest is forgotten beyond that.
     static constexpr std::size_t historyLimit = 20;
 
@@ -38,9 +43,10 @@ public:
     // Number of snapshots undo can still restore.
     std::size_t historyDepth() const { return m_history.size(); }
 
-    // Called after every change that commitDraft, undo or clear makes, once the fields hold
-    // their new values.
-    std::function<void()> onChange;
+Q_SIGNALS:
+    // After every change that commitDraft, undo or clear makes, once the fields hold their new
+    // values.
+    void changed();
 
 private:
     void pushHistory();

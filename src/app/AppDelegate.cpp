@@ -22,10 +22,8 @@ AppDelegate::AppDelegate(Preferences &preferences, QObject *parent)
 
 AppDelegate::~AppDelegate()
 {
-    // The engine's callbacks reach into the window controller: stop and drop it first.
+    // The engine's signals reach into the window controller: stop and drop it first.
     if (m_captureEngine) {
-        m_captureEngine->onFrame = nullptr;
-        m_captureEngine->onStateChange = nullptr;
         m_captureEngine->stop();
     }
     m_captureEngine.reset();
@@ -52,24 +50,24 @@ void AppDelegate::applicationDidFinishLaunching()
         static_cast<std::uint32_t>(m_windowController->shareWindow()->winId()));
 
     // 5. Frames and states from the engine.
-    m_captureEngine->onFrame = [this](const CapturedFrame &frame) {
-        m_windowController->showCapturedFrame(frame);
-    };
-    m_captureEngine->onStateChange = [this](const ScreenCaptureState &state) {
-        handleCaptureStateChange(state);
-    };
+    connect(m_captureEngine.get(), &ScreenCaptureEngine::frameCaptured, m_windowController.get(),
+            &LookpaneWindowController::showCapturedFrame);
+    connect(m_captureEngine.get(), &ScreenCaptureEngine::stateChanged, this,
+            &AppDelegate::handleCaptureStateChange);
 
     // 6. The frame's changes drive the capture.
-    m_windowController->onFrameChanged = [this](const QRectF &rect, QScreen *screen) {
-        m_captureEngine->updateRegion(rect, captureDisplay(screen));
-    };
-    m_windowController->onVisibilityChanged = [this](bool visible) {
-        if (visible) {
-            startCapture();
-        } else {
-            m_captureEngine->stop();
-        }
-    };
+    connect(m_windowController.get(), &LookpaneWindowController::frameChanged, this,
+            [this](const QRectF &rect, QScreen *screen) {
+                m_captureEngine->updateRegion(rect, captureDisplay(screen));
+            });
+    connect(m_windowController.get(), &LookpaneWindowController::visibilityChanged, this,
+            [this](bool visible) {
+                if (visible) {
+                    startCapture();
+                } else {
+                    m_captureEngine->stop();
+                }
+            });
 
     installApplicationShortcuts();
 

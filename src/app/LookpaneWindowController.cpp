@@ -2,33 +2,25 @@
 
 #include "annotation/canvas/AnnotationCanvasView.h"
 #include "app/AppLog.h"
+#include "app/DrawingSession.h"
+#include "app/WindowPair.h"
 #include "frame/ApplicationEventTap.h"
 #include "frame/BorderlessWindow.h"
 #include "frame/FrameGeometry.h"
 #include "frame/PreviewView.h"
 #include "frame/ScopeBorderView.h"
 #include "model/Preferences.h"
-#include "model/ScreenCoordinates.h"
 #include "platform/x11/X11DesktopHints.h"
 #include "platform/x11/X11PointerReleaseMonitor.h"
 #include "platform/x11/X11WindowTraits.h"
 #include "render/GlCaptureView.h"
 #include "shortcuts/KeyComboText.h"
-#include "shortcuts/ModifierMapping.h"
-#include "shortcuts/PhysicalKeys.h"
 #include "shortcuts/ToolShortcutPreferences.h"
 #include "toolbar/FrameToolbarWindowController.h"
 
-#include <QBitmap>
 #include <QGuiApplication>
-#include <QImage>
-#include <QKeyEvent>
 #include <QMouseEvent>
-#include <QPainter>
-#include <QRegion>
 #include <QScreen>
-#include <QVBoxLayout>
-#include <QWindow>
 
 namespace lookpane {
 
@@ -37,37 +29,6 @@ namespace {
 const QString alwaysOnTopKey = QStringLiteral("AlwaysOnTopEnabled");
 const QString clickThroughKey = QStringLiteral("ClickThroughEnabled");
 const QString shareModeKey = QStringLiteral("ShareMode");
-
-constexpr std::uint16_t escapeKeyCode = 53;
-constexpr std::uint16_t deleteKeyCode = 51;
-
-QRect toQt(const QRectF &screenRect)
-{
-    return qtRectFromScreen(screenRect, primaryScreenHeight()).toRect();
-}
-
-QRectF fromQt(const QRect &qtRect)
-{
-    return screenRectFromQt(QRectF(qtRect), primaryScreenHeight());
-}
-
-void fill(QWidget *content, QWidget *window)
-{
-    auto *layout = new QVBoxLayout(window);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(0);
-    layout->addWidget(content);
-}
-
-// Sets a top-level's stay-on-top flag without re-creating a shown window.
-void setStaysOnTop(QWidget *window, bool onTop)
-{
-    if (QWindow *handle = window->windowHandle()) {
-        handle->setFlag(Qt::WindowStaysOnTopHint, onTop);
-    } else {
-        window->setWindowFlag(Qt::WindowStaysOnTopHint, onTop);
-    }
-}
 
 } // namespace
 
@@ -87,20 +48,27 @@ LookpaneWindowController::LookpaneWindowController(Preferences &preferences,
     m_alwaysOnTop = m_preferences.boolValue(alwaysOnTopKey);
     m_clickThrough = m_preferences.boolValue(clickThroughKey);
 
-    configureWindows(contentRect);
+    m_windows = std::make_unique<WindowPair>(contentRect);
+    m_windows->setStaysOnTop(m_alwaysOnTop);
+    m_drawing = std::make_unique<DrawingSession>(m_windows->frameWindow(), *m_toolShortcuts);
+    connectWindows();
+    connectDrawingSession();
 
-    m_previewView->onAnnotationDraftChanged = [this](const Annotation &draft) {
-        m_annotations.setDraft(draft);
-        refreshAnnotations();
-    };
-    m_previewView->onAnnotationCommitted = [this] {
+    connect(m_windows->previewView(), &PreviewView::annotationDraftChanged, this,
+            [this](const Annotation &draft) {
+                m_annotations.setDraft(draft);
+                refreshAnnotations();
+            });
+    connect(m_windows->previewView(), &PreviewView::annotationCommitted, this, [this] {
         m_annotations.commitDraft();
         updateToolbar();
-    };
-    m_annotations.onChange = [this] { refreshAnnotations(); };
+    });
+    connect(&m_annotations, &AnnotationStore::changed, this,
+            &LookpaneWindowController::refreshAnnotations);
 
-    configureToolbar();
-    m_sharePreviewView->setBlurStrength(m_blurStrength);
+    connectToolbar();
+    updateToolbar();
+    m_windows->sharePreviewView()->setBlurStrength(m_blurStrength);
     m_mouseUpTap = std::make_unique<ApplicationEventTap>([this](QObject *receiver, QEvent *event) {
         // Releases reach the window object and then the widget: take the window's alone.
         if (event->type() == QEvent::MouseButtonRelease && receiver->isWindowType() &&
@@ -112,7 +80,8 @@ LookpaneWindowController::LookpaneWindowController(Preferences &preferences,
     QString monitorFailure;
     m_pointerReleaseMonitor = x11::X11PointerReleaseMonitor::create(&monitorFailure);
     if (m_pointerReleaseMonitor) {
-        m_pointerReleaseMonitor->onLeftButtonReleased = [this] { handleSystemWideLeftMouseUp(); };
+        connect(m_pointerReleaseMonitor.get(), &x11::X11PointerReleaseMonitor::leftButtonReleased,
+                this, &LookpaneWindowController::handleSystemWideLeftMouseUp);
     } else {
         qCWarning(lcApp,
                   "Lookpane: releases of the mouse in other applications cannot be seen (%s); "
@@ -123,93 +92,106 @@ LookpaneWindowController::LookpaneWindowController(Preferences &preferences,
     applyMode();
 }
 
-LookpaneWindowController::~LookpaneWindowController()
+LookpaneWindowController::~LookpaneWindowController() = default;
+
+void LookpaneWindowController::connectWindows()
 {
-    removeDrawingKeyFilter();
-    m_mouseUpTap.reset();
-    // The windows' callbacks reach back into this controller; silence them first.
-    for (BorderlessWindow *window : {m_frameWindow.get(), m_shareWindow.get()}) {
-        window->onMoved = nullptr;
-        window->onResized = nullptr;
-        window->onLiveResizeBegan = nullptr;
-        window->onLiveResizeEnded = nullptr;
-        window->onCloseRequested = nullptr;
-    }
-}
-
-void LookpaneWindowController::configureWindows(const QRectF &contentRect)
-{
-    m_frameWindow = std::make_unique<BorderlessWindow>();
-    m_shareWindow = std::make_unique<BorderlessWindow>();
-    m_previewView = new PreviewView(true, m_frameWindow.get());
-    m_sharePreviewView = new PreviewView(false, m_shareWindow.get());
-    fill(m_previewView, m_frameWindow.get());
-    fill(m_sharePreviewView, m_shareWindow.get());
-
-    const QSize minimum = FrameGeometry::minimumContentSize.toSize();
-    for (BorderlessWindow *window : {m_frameWindow.get(), m_shareWindow.get()}) {
-        window->setWindowTitle(QStringLiteral("Lookpane"));
-        window->setMinimumSize(minimum);
-        window->setAutoFillBackground(true);
-    }
-    // Only the box turns into a see-through outline (detached). The share window is opaque,
-    // black behind its picture: what a meeting application reads of it has no transparency
-    // to mishandle, and its backing store needs no clearing before each picture.
-    m_frameWindow->setAttribute(Qt::WA_TranslucentBackground);
-    m_frameWindow->setGeometry(toQt(contentRect));
-    m_shareWindow->setGeometry(toQt(contentRect));
-    setStaysOnTop(m_frameWindow.get(), m_alwaysOnTop);
-    m_frameWindow->setMovableByBackground(true);
-
-    X11WindowTraits::setWindowRole(m_frameWindow.get(), "frame");
-    X11WindowTraits::setWindowRole(m_shareWindow.get(), "share");
-
-    m_frameWindow->onMoved = [this] { frameMoved(); };
-    m_frameWindow->onResized = [this] { frameResized(); };
-    m_frameWindow->onLiveResizeBegan = [this] {
+    BorderlessWindow *frame = m_windows->frameWindow();
+    connect(frame, &BorderlessWindow::moved, this, &LookpaneWindowController::followFrameChange);
+    connect(frame, &BorderlessWindow::resized, this, &LookpaneWindowController::frameResized);
+    connect(frame, &BorderlessWindow::liveResizeBegan, this, [this] {
         m_liveResizing = true;
         updateMouseInteraction();
-    };
-    m_frameWindow->onLiveResizeEnded = [this] { frameLiveResizeEnded(); };
-    m_frameWindow->onCloseRequested = [this] { hide(); };
+    });
+    connect(frame, &BorderlessWindow::liveResizeEnded, this,
+            &LookpaneWindowController::frameLiveResizeEnded);
+    connect(frame, &BorderlessWindow::closeRequested, this, &LookpaneWindowController::hide);
 
-    m_shareWindow->onMoved = [this] { shareWindowMovedOrResized(); };
-    m_shareWindow->onResized = [this] { shareWindowMovedOrResized(); };
-    m_shareWindow->onLiveResizeEnded = [this] { shareWindowMovedOrResized(); };
-    m_shareWindow->onCloseRequested = [this] { hide(); };
+    BorderlessWindow *share = m_windows->shareWindow();
+    for (auto signal : {&BorderlessWindow::moved, &BorderlessWindow::resized,
+                        &BorderlessWindow::liveResizeEnded}) {
+        connect(share, signal, this, &LookpaneWindowController::shareWindowMovedOrResized);
+    }
+    connect(share, &BorderlessWindow::closeRequested, this, &LookpaneWindowController::hide);
 }
 
-void LookpaneWindowController::configureToolbar()
+void LookpaneWindowController::connectToolbar()
 {
-    FrameToolbarWindowController &toolbar = *m_toolbar;
-    toolbar.onToggleDrawing = [this] { setDrawingMode(!m_isDrawing); };
-    toolbar.onSelectTool = [this](AnnotationTool tool) {
-        m_annotationTool = tool;
-        m_previewView->annotationCanvas()->setTool(tool);
+    using Toolbar = FrameToolbarWindowController;
+    Toolbar *toolbar = m_toolbar.get();
+    connect(toolbar, &Toolbar::toggleDrawing, this, [this] { setDrawingMode(!isDrawing()); });
+    connect(toolbar, &Toolbar::selectTool, this, &LookpaneWindowController::chooseTool);
+    connect(toolbar, &Toolbar::selectColor, this, [this](AnnotationColor value) {
+        m_drawing->setColor(value);
+        m_windows->previewView()->annotationCanvas()->setColor(value);
         focusForDrawing();
         updateToolbar();
-    };
-    toolbar.onSelectColor = [this](AnnotationColor value) {
-        m_annotationColor = value;
-        m_previewView->annotationCanvas()->setColor(value);
-        focusForDrawing();
-        updateToolbar();
-    };
-    toolbar.onUndoAnnotation = [this] { undoAnnotation(); };
-    toolbar.onClearAnnotations = [this] { clearAnnotations(); };
-    toolbar.onTogglePrivacyBlur = [this] { setPrivacyBlur(!m_isPrivacyBlurActive); };
-    toolbar.onToggleClickThrough = [this] { toggleClickThrough(); };
-    toolbar.onToggleMode = [this] { setMode(toggled(m_mode)); };
-    toolbar.onToggleAlwaysOnTop = [this] { setAlwaysOnTop(!m_alwaysOnTop); };
-    toolbar.onHide = [this] { hide(); };
-    toolbar.onDragBegan = [this] { m_toolbarDragStartFrame = contentRect(); };
-    toolbar.onDragged = [this](QPointF offset) {
-        if (!m_toolbarDragStartFrame) {
-            return;
+    });
+    connect(toolbar, &Toolbar::undoAnnotation, this, &LookpaneWindowController::undoAnnotation);
+    connect(toolbar, &Toolbar::clearAnnotations, this, &LookpaneWindowController::clearAnnotations);
+    connect(toolbar, &Toolbar::togglePrivacyBlur, this,
+            [this] { setPrivacyBlur(!m_isPrivacyBlurActive); });
+    connect(toolbar, &Toolbar::toggleClickThrough, this,
+            &LookpaneWindowController::toggleClickThrough);
+    connect(toolbar, &Toolbar::toggleMode, this, [this] { setMode(toggled(m_mode)); });
+    connect(toolbar, &Toolbar::toggleAlwaysOnTop, this, [this] { setAlwaysOnTop(!m_alwaysOnTop); });
+    connect(toolbar, &Toolbar::hide, this, &LookpaneWindowController::hide);
+    connect(toolbar, &Toolbar::dragBegan, this,
+            [this] { m_toolbarDragStartFrame = contentRect(); });
+    connect(toolbar, &Toolbar::dragged, this, [this](QPointF offset) {
+        if (m_toolbarDragStartFrame) {
+            WindowPair::moveTopLevel(frameWindow(), m_toolbarDragStartFrame->translated(offset));
         }
-        m_frameWindow->move(toQt(m_toolbarDragStartFrame->translated(offset)).topLeft());
-    };
-    updateToolbar();
+    });
+}
+
+void LookpaneWindowController::connectDrawingSession()
+{
+    connect(m_drawing.get(), &DrawingSession::exitRequested, this,
+            [this] { setDrawingMode(false); });
+    connect(m_drawing.get(), &DrawingSession::undoRequested, this,
+            &LookpaneWindowController::undoAnnotation);
+    connect(m_drawing.get(), &DrawingSession::clearRequested, this,
+            &LookpaneWindowController::clearAnnotations);
+    connect(m_drawing.get(), &DrawingSession::toolChosen, this,
+            &LookpaneWindowController::chooseTool);
+}
+
+// --- the parts ------------------------------------------------------------------------------
+
+bool LookpaneWindowController::isDrawing() const
+{
+    return m_drawing->isActive();
+}
+
+AnnotationTool LookpaneWindowController::annotationTool() const
+{
+    return m_drawing->tool();
+}
+
+AnnotationColor LookpaneWindowController::annotationColor() const
+{
+    return m_drawing->color();
+}
+
+BorderlessWindow *LookpaneWindowController::frameWindow() const
+{
+    return m_windows->frameWindow();
+}
+
+BorderlessWindow *LookpaneWindowController::shareWindow() const
+{
+    return m_windows->shareWindow();
+}
+
+PreviewView *LookpaneWindowController::previewView() const
+{
+    return m_windows->previewView();
+}
+
+PreviewView *LookpaneWindowController::sharePreviewView() const
+{
+    return m_windows->sharePreviewView();
 }
 
 // --- showing and hiding -------------------------------------------------------------------
@@ -217,20 +199,13 @@ void LookpaneWindowController::configureToolbar()
 void LookpaneWindowController::show()
 {
     syncShareWindowFrame();
-    m_shareWindow->show();
-    m_shareWindow->raise();
-    m_frameWindow->show();
-    m_frameWindow->raise();
-    m_frameWindow->activateWindow();
-    x11::showOnAllDesktops(m_frameWindow.get());
-    x11::showOnAllDesktops(m_shareWindow.get());
-    applyShareWindowInput();
+    m_windows->show();
     applyOutlineShape();
 
     const bool wasVisible = m_isFrameVisible;
     m_isFrameVisible = true;
-    if (!wasVisible && onVisibilityChanged) {
-        onVisibilityChanged(true);
+    if (!wasVisible) {
+        Q_EMIT visibilityChanged(true);
     }
 
     positionToolbar();
@@ -252,14 +227,13 @@ void LookpaneWindowController::hide()
     if (m_mode == ShareMode::detached) {
         saveDetachedFrame();
     }
-    m_frameWindow->hide();
-    m_shareWindow->hide();
+    m_windows->hide();
     m_toolbar->window()->hide();
 
     const bool wasVisible = m_isFrameVisible;
     m_isFrameVisible = false;
-    if (wasVisible && onVisibilityChanged) {
-        onVisibilityChanged(false);
+    if (wasVisible) {
+        Q_EMIT visibilityChanged(false);
     }
 }
 
@@ -269,8 +243,8 @@ void LookpaneWindowController::beginMoveMode()
     m_frameIgnoresMouse = false;
     setClickThrough(false);
     updateMouseInteraction();
-    m_frameWindow->raise();
-    m_frameWindow->activateWindow();
+    frameWindow()->raise();
+    frameWindow()->activateWindow();
 }
 
 // --- mode -----------------------------------------------------------------------------------
@@ -287,44 +261,51 @@ void LookpaneWindowController::setMode(ShareMode mode)
     m_preferences.setValue(shareModeKey, rawValue(mode));
     applyMode();
     if (m_isFrameVisible) {
-        m_shareWindow->raise();
-        m_frameWindow->raise();
+        shareWindow()->raise();
+        frameWindow()->raise();
         positionToolbar();
         m_toolbar->window()->raise();
     }
     updateMouseInteraction();
     updateToolbar();
-    if (onModeChanged) {
-        onModeChanged(m_mode);
-    }
+    Q_EMIT modeChanged(m_mode);
 }
 
 void LookpaneWindowController::applyMode()
 {
     applyFramePicture();
-    if (m_mode == ShareMode::detached) {
-        m_shareWindow->setMovableByBackground(true);
-        m_shareWindow->setResizable(true);
-        applyShareWindowInput();
+    BorderlessWindow *share = shareWindow();
+    const bool detached = m_mode == ShareMode::detached;
+    share->setMovableByBackground(detached);
+    share->setResizable(detached);
+    m_windows->applyInput(currentInputPolicy());
+    if (detached) {
         positionDetachedShareWindow();
         syncDetachedAspectRatio();
     } else {
-        m_shareWindow->setMovableByBackground(false);
-        m_shareWindow->setResizable(false);
-        m_shareWindow->setAspect(std::nullopt);
-        applyShareWindowInput();
+        share->setAspect(std::nullopt);
         syncShareWindowFrame();
     }
-    QPalette sharePalette = m_shareWindow->palette();
-    sharePalette.setColor(QPalette::Window, Qt::black);
-    m_shareWindow->setPalette(sharePalette);
     applyOutlineShape();
-    m_frameWindow->update();
+    frameWindow()->update();
 }
 
-bool LookpaneWindowController::frameShowsPicture() const
+InputModes LookpaneWindowController::inputModes() const
 {
-    return m_mode == ShareMode::overlay || (m_isDrawing && !x11::isCompositingManagerRunning());
+    InputModes modes;
+    modes.mode = m_mode;
+    modes.clickThrough = m_clickThrough;
+    modes.drawing = isDrawing();
+    modes.moveMode = m_moveMode;
+    modes.liveResizing = m_liveResizing;
+    modes.ignoringMouseAfterMoveMode = m_frameIgnoresMouse;
+    modes.compositing = x11::isCompositingManagerRunning();
+    return modes;
+}
+
+InputPolicy LookpaneWindowController::currentInputPolicy() const
+{
+    return inputPolicy(inputModes());
 }
 
 void LookpaneWindowController::applyFramePicture()
@@ -334,72 +315,19 @@ void LookpaneWindowController::applyFramePicture()
     // transparent, so while drawing, when the whole window must take the mouse, it shows the
     // region's own picture instead (the capture never sees Lookpane's windows), and the marks
     // are still drawn over what lies beneath. The newest picture is shown at once.
-    const bool mirror = frameShowsPicture();
-    QPalette palette = m_frameWindow->palette();
-    palette.setColor(QPalette::Window, mirror ? QColor(Qt::black) : QColor(Qt::transparent));
-    m_frameWindow->setPalette(palette);
+    const bool mirror = currentInputPolicy().frameShowsPicture;
     if (mirror && !m_latestFrame.isNull()) {
-        m_previewView->setCapturedFrame(m_latestFrame);
+        previewView()->setCapturedFrame(m_latestFrame);
     }
-    m_previewView->setPreviewStyle(mirror ? PreviewView::Style::mirror
-                                          : PreviewView::Style::selection);
+    m_windows->setFrameShowsPicture(mirror);
 }
 
 void LookpaneWindowController::applyOutlineShape()
 {
-    // Detached, the frame is an outline the user sees the region through. A compositing
-    // manager shows the transparent middle as it is; without one the window would show black
-    // there, so its shape is cut down to the edge bands, the banner and the pixels of the
-    // marks. Drawing needs the whole window to take the mouse, so it keeps its full shape
+    // Drawing needs the whole window to take the mouse, so the outline keeps its full shape
     // meanwhile.
-    const bool cut =
-        m_mode == ShareMode::detached && !m_isDrawing && !x11::isCompositingManagerRunning();
-    if (!cut) {
-        if (m_outlineShapeApplied) {
-            X11WindowTraits::clearBoundingRegion(m_frameWindow.get());
-            m_outlineShapeApplied = false;
-        }
-        return;
-    }
-    std::vector<QRect> rects = X11WindowTraits::edgeBands(m_frameWindow->size(), edgeBand);
-    if (m_isPrivacyBlurActive) {
-        const QRectF outline = ScopeBorderView::outlineRect(QRectF(m_frameWindow->rect()));
-        if (const std::optional<QRectF> banner = ScopeBorderView::bannerRect(outline)) {
-            rects.push_back(banner->toAlignedRect());
-        }
-    }
-    const std::vector<QRect> marks = markPixels();
-    rects.insert(rects.end(), marks.begin(), marks.end());
-    m_outlineShapeApplied = X11WindowTraits::setBoundingRegion(m_frameWindow.get(), rects);
-}
-
-std::vector<QRect> LookpaneWindowController::markPixels() const
-{
-    const std::vector<Annotation> &shown = m_previewView->annotationCanvas()->annotations();
-    if (shown.empty()) {
-        return {};
-    }
-    // Drawn as the canvas draws them; every pixel they touch joins the shape, so the marks
-    // show over the desktop as they do over the picture (with hard edges).
-    QImage image(m_frameWindow->size(), QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
-    {
-        QPainter painter(&image);
-        AnnotationCanvasView::paintAnnotations(painter, shown, QSizeF(image.size()));
-    }
-    const QRegion region(QBitmap::fromImage(image.createAlphaMask(Qt::MonoOnly)));
-    return std::vector<QRect>(region.begin(), region.end());
-}
-
-void LookpaneWindowController::applyShareWindowInput()
-{
-    // Lying under the frame, the share window must never catch the clicks that pass through
-    // the frame's interior; detached, it is an ordinary window.
-    if (m_mode == ShareMode::overlay) {
-        X11WindowTraits::setInputRegion(m_shareWindow.get(), {});
-    } else {
-        X11WindowTraits::clearInputRegion(m_shareWindow.get());
-    }
+    m_windows->applyOutline(currentInputPolicy().cutsFrameToOutline, m_isPrivacyBlurActive,
+                            previewView()->annotationCanvas()->annotations());
 }
 
 // --- geometry -------------------------------------------------------------------------------
@@ -413,14 +341,12 @@ void LookpaneWindowController::setRatio(FrameRatio ratio)
             FrameGeometry::sizeLockedTo(ratio, contentRect().size())) {
         setContentSize(*size, contentRect());
     }
-    if (onRatioChanged) {
-        onRatioChanged(ratio);
-    }
+    Q_EMIT ratioChanged(ratio);
 }
 
 void LookpaneWindowController::applyRatioToWindow()
 {
-    m_frameWindow->setAspect(aspect(m_ratio));
+    frameWindow()->setAspect(aspect(m_ratio));
 }
 
 void LookpaneWindowController::applySizePreset(const FrameSizePreset &preset)
@@ -439,9 +365,9 @@ void LookpaneWindowController::applySizePreset(const FrameSizePreset &preset)
 void LookpaneWindowController::snapTo(const QRectF &targetFrame)
 {
     const QRectF box =
-        FrameGeometry::snapped(targetFrame, m_ratio, QSizeF(m_frameWindow->minimumSize()));
+        FrameGeometry::snapped(targetFrame, m_ratio, QSizeF(frameWindow()->minimumSize()));
     const ScreenLayout layout = m_screens ? m_screens() : ScreenLayout{};
-    setFrameRect(FrameGeometry::constrained(box, layoutScreenOfFrame(), layout));
+    m_windows->setContentRect(FrameGeometry::constrained(box, layoutScreenOfFrame(), layout));
     followFrameChange();
 }
 
@@ -449,13 +375,8 @@ void LookpaneWindowController::setContentSize(const QSizeF &size, const QRectF &
 {
     const ScreenLayout layout = m_screens ? m_screens() : ScreenLayout{};
     const QRectF centred = FrameGeometry::centred(size, reference);
-    setFrameRect(FrameGeometry::constrained(centred, layoutScreenOfFrame(), layout));
+    m_windows->setContentRect(FrameGeometry::constrained(centred, layoutScreenOfFrame(), layout));
     followFrameChange();
-}
-
-void LookpaneWindowController::setFrameRect(const QRectF &screenRect)
-{
-    m_frameWindow->setGeometry(toQt(screenRect));
 }
 
 // What follows every change of the frame, in this order: the share window, the capture
@@ -473,11 +394,8 @@ void LookpaneWindowController::followFrameChange()
 
 void LookpaneWindowController::syncShareWindowFrame()
 {
-    if (m_mode != ShareMode::overlay) {
-        return;
-    }
-    if (m_shareWindow->geometry() != m_frameWindow->geometry()) {
-        m_shareWindow->setGeometry(m_frameWindow->geometry());
+    if (m_mode == ShareMode::overlay) {
+        m_windows->putShareWindowUnderFrame();
     }
 }
 
@@ -487,27 +405,27 @@ void LookpaneWindowController::syncDetachedAspectRatio()
         return;
     }
     const QSizeF box = contentRect().size();
-    const QRect share = m_shareWindow->geometry();
-    const std::optional<QSizeF> size = FrameGeometry::detachedShareSize(box, share.width());
+    BorderlessWindow *share = shareWindow();
+    const QRect current = share->geometry();
+    const std::optional<QSizeF> size = FrameGeometry::detachedShareSize(box, current.width());
     if (!size) {
         return;
     }
-    m_shareWindow->setAspect(QSize(qRound(box.width()), qRound(box.height())));
+    share->setAspect(QSize(qRound(box.width()), qRound(box.height())));
     const QSize rounded = size->toSize();
-    if (rounded != share.size()) {
-        m_shareWindow->resize(rounded);
+    if (rounded != current.size()) {
+        share->resize(rounded);
     }
 }
 
 void LookpaneWindowController::positionDetachedShareWindow()
 {
     if (const std::optional<QRectF> saved = m_framePreferences.restoredDetachedFrame()) {
-        m_shareWindow->setGeometry(toQt(*saved));
+        m_windows->setShareWindowRect(*saved);
         return;
     }
-    const QRectF placed = FrameGeometry::detachedShareFrame(
-        contentRect(), visibleFrameOfFrameScreen(), m_shareWindow->minimumWidth());
-    m_shareWindow->setGeometry(toQt(placed));
+    m_windows->setShareWindowRect(FrameGeometry::detachedShareFrame(
+        contentRect(), visibleFrameOfFrameScreen(), shareWindow()->minimumWidth()));
 }
 
 void LookpaneWindowController::positionToolbar()
@@ -519,34 +437,31 @@ void LookpaneWindowController::positionToolbar()
     const QSizeF size(toolbarWindow->size());
     const QPointF origin =
         FrameToolbarWindowController::origin(size, contentRect(), visibleFrameOfFrameScreen());
-    toolbarWindow->move(toQt(QRectF(origin, size)).topLeft());
+    WindowPair::moveTopLevel(toolbarWindow, QRectF(origin, size));
 }
 
 void LookpaneWindowController::notifyFrameChanged()
 {
     QScreen *frameScreen = screen();
-    if (GlCaptureView *view = m_sharePreviewView->captureView()) {
+    if (GlCaptureView *view = sharePreviewView()->captureView()) {
         view->setCaptureScale(frameScreen ? frameScreen->devicePixelRatio() : 2.0);
     }
-    if (onFrameChanged) {
-        onFrameChanged(contentRect(), frameScreen);
-    }
+    Q_EMIT frameChanged(contentRect(), frameScreen);
 }
 
 QRectF LookpaneWindowController::contentRect() const
 {
-    return fromQt(m_frameWindow->geometry());
+    return m_windows->contentRect();
 }
 
 QRectF LookpaneWindowController::shareWindowRect() const
 {
-    return fromQt(m_shareWindow->geometry());
+    return m_windows->shareWindowRect();
 }
 
 QScreen *LookpaneWindowController::screen() const
 {
-    QScreen *onScreen = m_frameWindow->screen();
-    return onScreen ? onScreen : QGuiApplication::primaryScreen();
+    return m_windows->screen();
 }
 
 std::optional<ScreenLayout::Screen> LookpaneWindowController::layoutScreenOfFrame() const
@@ -575,11 +490,6 @@ std::optional<QRectF> LookpaneWindowController::visibleFrameOfFrameScreen() cons
 
 // --- window notifications -------------------------------------------------------------------
 
-void LookpaneWindowController::frameMoved()
-{
-    followFrameChange();
-}
-
 void LookpaneWindowController::frameResized()
 {
     followFrameChange();
@@ -600,7 +510,7 @@ void LookpaneWindowController::frameLiveResizeEnded()
 
 void LookpaneWindowController::shareWindowMovedOrResized()
 {
-    if (m_mode == ShareMode::detached && m_shareWindow->isVisible()) {
+    if (m_mode == ShareMode::detached && shareWindow()->isVisible()) {
         saveDetachedFrame();
     }
 }
@@ -626,10 +536,10 @@ void LookpaneWindowController::setPrivacyBlur(bool active)
         return;
     }
     m_isPrivacyBlurActive = active;
-    if (GlCaptureView *view = m_sharePreviewView->captureView()) {
+    if (GlCaptureView *view = sharePreviewView()->captureView()) {
         view->setBlurEnabled(active);
     }
-    m_previewView->scopeBorderView()->setPrivacyBlurActive(active);
+    previewView()->scopeBorderView()->setPrivacyBlurActive(active);
     applyOutlineShape();
     updateToolbar();
 }
@@ -637,7 +547,7 @@ void LookpaneWindowController::setPrivacyBlur(bool active)
 void LookpaneWindowController::setBlurStrength(BlurStrength strength)
 {
     m_blurStrength = strength;
-    m_sharePreviewView->setBlurStrength(strength);
+    sharePreviewView()->setBlurStrength(strength);
 }
 
 void LookpaneWindowController::setAlwaysOnTop(bool onTop)
@@ -650,10 +560,10 @@ void LookpaneWindowController::setAlwaysOnTop(bool onTop)
 
 void LookpaneWindowController::applyWindowLevels()
 {
-    setStaysOnTop(m_frameWindow.get(), m_alwaysOnTop);
+    m_windows->setStaysOnTop(m_alwaysOnTop);
     // The toolbar always floats, one level above the frame.
     if (m_isFrameVisible) {
-        m_frameWindow->raise();
+        frameWindow()->raise();
         m_toolbar->window()->raise();
     }
 }
@@ -666,9 +576,7 @@ void LookpaneWindowController::setClickThrough(bool clickThrough)
     m_clickThrough = clickThrough;
     m_frameIgnoresMouse = false;
     m_preferences.setValue(clickThroughKey, clickThrough);
-    if (onClickThroughChanged) {
-        onClickThroughChanged(clickThrough);
-    }
+    Q_EMIT clickThroughChanged(clickThrough);
 }
 
 void LookpaneWindowController::toggleClickThrough()
@@ -681,38 +589,31 @@ void LookpaneWindowController::toggleClickThrough()
 
 void LookpaneWindowController::setDrawingMode(bool drawing)
 {
-    if (drawing == m_isDrawing) {
+    if (!m_drawing->setActive(drawing)) {
         return;
     }
-    m_isDrawing = drawing;
     m_frameIgnoresMouse = false;
-    m_previewView->annotationCanvas()->setEditing(drawing);
+    previewView()->annotationCanvas()->setEditing(drawing);
     if (m_mode == ShareMode::detached) {
         applyFramePicture();
     }
     applyOutlineShape();
-    m_frameWindow->setMovableByBackground(!drawing);
+    frameWindow()->setMovableByBackground(!drawing);
+    updateMouseInteraction();
     if (drawing) {
-        updateMouseInteraction();
         focusForDrawing();
-        installDrawingKeyFilter();
-    } else {
-        removeDrawingKeyFilter();
-        updateMouseInteraction();
     }
     updateToolbar();
-    if (onDrawingModeChanged) {
-        onDrawingModeChanged(drawing);
-    }
+    Q_EMIT drawingModeChanged(drawing);
 }
 
 void LookpaneWindowController::focusForDrawing()
 {
-    if (!m_isDrawing) {
+    if (!isDrawing()) {
         return;
     }
-    m_frameWindow->raise();
-    m_frameWindow->activateWindow();
+    frameWindow()->raise();
+    frameWindow()->activateWindow();
     m_toolbar->window()->raise();
 }
 
@@ -721,22 +622,21 @@ void LookpaneWindowController::updateMouseInteraction()
     // With click-through on, the frame's interior lets clicks reach the application beneath
     // while 12-point bands along every edge still take them, so the box can be moved and
     // resized. Drawing, move mode and a live resize need the whole window.
-    const bool passes = m_clickThrough && !m_isDrawing && !m_moveMode && !m_liveResizing;
-    if (m_frameIgnoresMouse && !m_clickThrough && !m_isDrawing && !m_moveMode && !m_liveResizing) {
-        // Left as a release in another application made it: ignoring the mouse altogether,
-        // until click-through, drawing or move mode change.
-        return;
-    }
-    const bool applied = passes ? X11WindowTraits::setInputRegion(
-                                      m_frameWindow.get(),
-                                      X11WindowTraits::edgeBands(m_frameWindow->size(), edgeBand))
-                                : X11WindowTraits::clearInputRegion(m_frameWindow.get());
-    if (applied) {
-        m_framePassesInteriorClicks = passes;
+    const InputPolicy policy = currentInputPolicy();
+    if (m_windows->applyInput(policy)) {
+        m_framePassesInteriorClicks = policy.frameInput != FrameInput::wholeWindow;
     }
 }
 
 // --- marks ----------------------------------------------------------------------------------
+
+void LookpaneWindowController::chooseTool(AnnotationTool tool)
+{
+    m_drawing->setTool(tool);
+    previewView()->annotationCanvas()->setTool(tool);
+    focusForDrawing();
+    updateToolbar();
+}
 
 void LookpaneWindowController::clearAnnotations()
 {
@@ -758,8 +658,8 @@ void LookpaneWindowController::refreshAnnotations()
     if (m_annotations.draft()) {
         shown.push_back(*m_annotations.draft());
     }
-    m_previewView->annotationCanvas()->setAnnotations(shown);
-    m_sharePreviewView->annotationCanvas()->setAnnotations(std::move(shown));
+    previewView()->annotationCanvas()->setAnnotations(shown);
+    sharePreviewView()->annotationCanvas()->setAnnotations(std::move(shown));
     applyOutlineShape();
 }
 
@@ -772,7 +672,7 @@ void LookpaneWindowController::updateToolbar()
         }
     }
     const bool canClear = !m_annotations.annotations().empty() || m_annotations.draft();
-    m_toolbar->update(shortcuts, m_isDrawing, m_annotationTool, m_annotationColor,
+    m_toolbar->update(shortcuts, isDrawing(), annotationTool(), annotationColor(),
                       m_annotations.historyDepth() > 0, canClear, m_isPrivacyBlurActive,
                       m_clickThrough, m_mode, m_alwaysOnTop);
     positionToolbar();
@@ -783,9 +683,9 @@ void LookpaneWindowController::updateToolbar()
 void LookpaneWindowController::showCapturedFrame(const CapturedFrame &frame)
 {
     m_latestFrame = frame;
-    m_sharePreviewView->setCapturedFrame(frame);
-    if (frameShowsPicture()) {
-        m_previewView->setCapturedFrame(frame);
+    sharePreviewView()->setCapturedFrame(frame);
+    if (currentInputPolicy().frameShowsPicture) {
+        previewView()->setCapturedFrame(frame);
     }
 }
 
@@ -795,25 +695,12 @@ void LookpaneWindowController::setCaptureMessage(const std::optional<QString> &m
         // The message stands instead of the picture until the next one arrives.
         m_latestFrame = CapturedFrame();
     }
-    m_sharePreviewView->setCaptureMessage(message);
-    m_previewView->setCaptureMessage(frameShowsPicture() ? message : std::nullopt);
+    sharePreviewView()->setCaptureMessage(message);
+    previewView()->setCaptureMessage(currentInputPolicy().frameShowsPicture ? message
+                                                                            : std::nullopt);
 }
 
-// --- drawing keys ---------------------------------------------------------------------------
-
-void LookpaneWindowController::installDrawingKeyFilter()
-{
-    m_drawingKeyTap =
-        std::make_unique<ApplicationEventTap>([this](QObject *receiver, QEvent *event) {
-            return event->type() == QEvent::KeyPress &&
-                   handleDrawingKey(receiver, static_cast<QKeyEvent *>(event));
-        });
-}
-
-void LookpaneWindowController::removeDrawingKeyFilter()
-{
-    m_drawingKeyTap.reset();
-}
+// --- the end of a press -------------------------------------------------------------------
 
 void LookpaneWindowController::handleLeftMouseUp()
 {
@@ -842,44 +729,10 @@ void LookpaneWindowController::handleSystemWideLeftMouseUp()
         return;
     }
     m_moveMode = false;
-    m_frameIgnoresMouse = X11WindowTraits::setInputRegion(m_frameWindow.get(), {});
+    m_frameIgnoresMouse = true;
+    const InputPolicy policy = currentInputPolicy();
+    m_frameIgnoresMouse = m_windows->applyInput(policy);
     m_framePassesInteriorClicks = m_frameIgnoresMouse;
-}
-
-bool LookpaneWindowController::handleDrawingKey(QObject *receiver, QKeyEvent *event)
-{
-    // Key events reach the window object first and then its focus widget; take them once, at
-    // the widget, and only those of the frame window: a key typed into another Lookpane
-    // window (the settings, say) passes untouched.
-    const auto *widget = qobject_cast<QWidget *>(receiver);
-    if (!m_isDrawing || !widget || widget->window() != m_frameWindow.get()) {
-        return false;
-    }
-    const std::optional<std::uint16_t> keyCode =
-        virtualKeyCodeFromXKeycode(event->nativeScanCode());
-    const std::uint64_t flags = modifierFlagsFromX11State(event->nativeModifiers());
-    if (keyCode == escapeKeyCode) {
-        setDrawingMode(false);
-        return true;
-    }
-    if (event->key() == Qt::Key_Z && (flags & ModifierFlag::command)) {
-        undoAnnotation();
-        return true;
-    }
-    if (keyCode == deleteKeyCode && (flags & ModifierFlag::matchMask) == 0) {
-        clearAnnotations();
-        return true;
-    }
-    if (keyCode) {
-        if (const std::optional<AnnotationTool> tool = m_toolShortcuts->tool({*keyCode, flags})) {
-            m_annotationTool = *tool;
-            m_previewView->annotationCanvas()->setTool(*tool);
-            focusForDrawing();
-            updateToolbar();
-            return true;
-        }
-    }
-    return false;
 }
 
 } // namespace lookpane

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "annotation/AnnotationStore.h"
+#include "app/InputPolicy.h"
 #include "frame/FrameSizePreset.h"
 #include "model/AnnotationColor.h"
 #include "model/AnnotationTool.h"
@@ -12,26 +13,23 @@
 #include "picture/CapturedFrame.h"
 
 #include <QObject>
-#include <QPointer>
-#include <QRect>
 #include <QRectF>
 
-#include <functional>
 #include <memory>
 #include <optional>
-#include <vector>
 
-class QKeyEvent;
 class QScreen;
 
 namespace lookpane {
 
-class BorderlessWindow;
 class ApplicationEventTap;
+class BorderlessWindow;
+class DrawingSession;
 class FrameToolbarWindowController;
 class Preferences;
 class PreviewView;
 class ToolShortcutPreferences;
+class WindowPair;
 
 namespace x11 {
 class X11PointerReleaseMonitor;
@@ -41,15 +39,14 @@ class X11PointerReleaseMonitor;
 // box the user places over the region; never in the picture) and the share window (what the
 // meeting application shares). In overlay mode the share window lies exactly under the frame;
 // in detached mode the frame becomes an outline and the share window a movable window of the
-// box's shape. It owns the toolbar, the marks and both preview views, and reports every change
-// through its on... callbacks. Geometry is in screen coordinates (points, origin at the
-// bottom-left of the primary screen, y up) and converted to Qt's only at the windows.
+// box's shape. It owns the window pair, the toolbar, the marks and the drawing session; its
+// setters compare, persist, update the windows and then report through its signals.
+// Geometry is in screen coordinates (points, origin at the bottom-left of the primary
+// screen, y up) and converted to Qt's only by the window pair.
 class LookpaneWindowController : public QObject
 {
     Q_OBJECT
 public:
-    static constexpr int edgeBand = 12;
-
     // `contentRect` is the frame's first rectangle. `screens` answers the screen layout of the
     // moment (tests inject one).
     LookpaneWindowController(Preferences &preferences, const QRectF &contentRect,
@@ -59,14 +56,6 @@ public:
 
     LookpaneWindowController(const LookpaneWindowController &) = delete;
     LookpaneWindowController &operator=(const LookpaneWindowController &) = delete;
-
-    // The frame's content rectangle and its screen, after every geometry change.
-    std::function<void(const QRectF &rect, QScreen *screen)> onFrameChanged;
-    std::function<void(bool clickThrough)> onClickThroughChanged;
-    std::function<void(bool visible)> onVisibilityChanged;
-    std::function<void(ShareMode mode)> onModeChanged;
-    std::function<void(FrameRatio ratio)> onRatioChanged;
-    std::function<void(bool drawing)> onDrawingModeChanged;
 
     void show();
     void hide();
@@ -103,9 +92,9 @@ public:
     FrameRatio ratio() const { return m_ratio; }
     bool isPrivacyBlurActive() const { return m_isPrivacyBlurActive; }
     BlurStrength blurStrength() const { return m_blurStrength; }
-    bool isDrawing() const { return m_isDrawing; }
-    AnnotationTool annotationTool() const { return m_annotationTool; }
-    AnnotationColor annotationColor() const { return m_annotationColor; }
+    bool isDrawing() const;
+    AnnotationTool annotationTool() const;
+    AnnotationColor annotationColor() const;
     bool isFrameVisible() const { return m_isFrameVisible; }
     bool alwaysOnTop() const { return m_alwaysOnTop; }
     bool clickThrough() const { return m_clickThrough; }
@@ -122,19 +111,28 @@ public:
     QRectF shareWindowRect() const;
     QScreen *screen() const;
 
-    BorderlessWindow *frameWindow() const { return m_frameWindow.get(); }
-    BorderlessWindow *shareWindow() const { return m_shareWindow.get(); }
-    PreviewView *previewView() const { return m_previewView; }
-    PreviewView *sharePreviewView() const { return m_sharePreviewView; }
+    BorderlessWindow *frameWindow() const;
+    BorderlessWindow *shareWindow() const;
+    PreviewView *previewView() const;
+    PreviewView *sharePreviewView() const;
     FrameToolbarWindowController *toolbar() const { return m_toolbar.get(); }
 
+Q_SIGNALS:
+    // The frame's content rectangle and its screen, after every geometry change.
+    void frameChanged(const QRectF &rect, QScreen *screen);
+    void clickThroughChanged(bool clickThrough);
+    void visibilityChanged(bool visible);
+    void modeChanged(lookpane::ShareMode mode);
+    void ratioChanged(lookpane::FrameRatio ratio);
+    void drawingModeChanged(bool drawing);
+
 private:
-    void configureWindows(const QRectF &contentRect);
-    void configureToolbar();
+    void connectWindows();
+    void connectToolbar();
+    void connectDrawingSession();
     void applyMode();
     void applyRatioToWindow();
     void applyWindowLevels();
-    void setFrameRect(const QRectF &screenRect);
     void setContentSize(const QSizeF &size, const QRectF &reference);
     void followFrameChange();
     void syncShareWindowFrame();
@@ -143,24 +141,18 @@ private:
     void positionToolbar();
     void notifyFrameChanged();
     void refreshAnnotations();
-    void frameMoved();
     void frameResized();
     void frameLiveResizeEnded();
     void shareWindowMovedOrResized();
-    void applyShareWindowInput();
+    // The modes that decide the windows' mouse handling, and what they decide.
+    InputModes inputModes() const;
+    InputPolicy currentInputPolicy() const;
     void applyOutlineShape();
-    // Whether the frame's own view shows the live picture: always in overlay mode; detached,
-    // only while drawing without a compositing manager.
-    bool frameShowsPicture() const;
     void applyFramePicture();
-    // The pixels the marks cover in the frame window (y down).
-    std::vector<QRect> markPixels() const;
+    void chooseTool(AnnotationTool tool);
     void saveDetachedFrame();
     std::optional<ScreenLayout::Screen> layoutScreenOfFrame() const;
     std::optional<QRectF> visibleFrameOfFrameScreen() const;
-    void installDrawingKeyFilter();
-    void removeDrawingKeyFilter();
-    bool handleDrawingKey(QObject *receiver, QKeyEvent *event);
     void handleLeftMouseUp();
     void handleSystemWideLeftMouseUp();
 
@@ -173,9 +165,6 @@ private:
     FrameRatio m_ratio = FrameRatio::free;
     bool m_isPrivacyBlurActive = false;
     BlurStrength m_blurStrength = BlurStrength::light;
-    bool m_isDrawing = false;
-    AnnotationTool m_annotationTool = AnnotationTool::arrow;
-    AnnotationColor m_annotationColor = AnnotationColor::red;
     AnnotationStore m_annotations;
     bool m_isFrameVisible = false;
     bool m_alwaysOnTop = true;
@@ -184,17 +173,13 @@ private:
     bool m_liveResizing = false;
     bool m_framePassesInteriorClicks = false;
     bool m_frameIgnoresMouse = false;
-    bool m_outlineShapeApplied = false;
     // The newest picture, for the frame's own view when it starts showing pictures again.
     CapturedFrame m_latestFrame;
     std::optional<QRectF> m_toolbarDragStartFrame;
 
-    std::unique_ptr<BorderlessWindow> m_frameWindow;
-    std::unique_ptr<BorderlessWindow> m_shareWindow;
-    PreviewView *m_previewView = nullptr;      // owned by the frame window
-    PreviewView *m_sharePreviewView = nullptr; // owned by the share window
     std::unique_ptr<FrameToolbarWindowController> m_toolbar;
-    std::unique_ptr<ApplicationEventTap> m_drawingKeyTap;
+    std::unique_ptr<WindowPair> m_windows;
+    std::unique_ptr<DrawingSession> m_drawing;
     std::unique_ptr<ApplicationEventTap> m_mouseUpTap;
     // Releases of the left button in other applications; none without XInput 2.2.
     std::unique_ptr<x11::X11PointerReleaseMonitor> m_pointerReleaseMonitor;

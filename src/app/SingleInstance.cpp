@@ -57,8 +57,8 @@ void SingleInstance::acceptConnections()
     while (QLocalSocket *socket = m_server->nextPendingConnection()) {
         socket->setParent(this);
         connect(socket, &QLocalSocket::readyRead, this, [this, socket] {
-            if (socket->readAll().contains(reopenRequest.trimmed()) && onReopenRequested) {
-                onReopenRequested();
+            if (socket->readAll().contains(reopenRequest.trimmed())) {
+                Q_EMIT reopenRequested();
             }
         });
         connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);

@@ -3,8 +3,6 @@
 #include <QObject>
 #include <QString>
 
-#include <functional>
-
 class QLocalServer;
 
 namespace lookpane {
@@ -23,11 +21,12 @@ public:
     // instance answered and was asked to reopen.
     bool claim();
 
-    // In the one instance: another launch asked it to show itself.
-    std::function<void()> onReopenRequested;
-
     // The socket name for the current user and display.
     static QString socketName();
+
+Q_SIGNALS:
+    // In the one instance: another launch asked it to show itself.
+    void reopenRequested();
 
 private:
     void acceptConnections();

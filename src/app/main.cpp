@@ -26,7 +26,8 @@ int main(int argc, char *argv[])
 
     lookpane::Preferences preferences;
     lookpane::AppDelegate delegate(preferences);
-    instance.onReopenRequested = [&delegate] { delegate.applicationShouldHandleReopen(); };
+    QObject::connect(&instance, &lookpane::SingleInstance::reopenRequested, &delegate,
+                     &lookpane::AppDelegate::applicationShouldHandleReopen);
     QObject::connect(&app, &QApplication::aboutToQuit, &delegate,
                      &lookpane::AppDelegate::applicationWillTerminate);
 

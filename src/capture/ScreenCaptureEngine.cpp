@@ -8,7 +8,9 @@
 #include <QCoreApplication>
 #include <QMetaObject>
 
+#include <QPointer>
 #include <limits>
+
 #include <utility>
 
 namespace lookpane {
@@ -19,13 +21,12 @@ ScreenCaptureEngine::ScreenCaptureEngine(std::unique_ptr<CaptureBackend> backend
       m_anchor(std::make_shared<ScreenCaptureEngine *>(this)), m_frameRelay(FrameRelay::create())
 {
     // Runs on the main thread; the relay may outlive the engine by a delivery.
-    m_frameRelay->onFrame =
-        [anchor = std::weak_ptr<ScreenCaptureEngine *>(m_anchor)](const CapturedFrame &frame) {
-            const std::shared_ptr<ScreenCaptureEngine *> engine = anchor.lock();
-            if (engine && (*engine)->onFrame) {
-                (*engine)->onFrame(frame);
-            }
-        };
+    m_frameRelay->onFrame = [engine =
+                                 QPointer<ScreenCaptureEngine>(this)](const CapturedFrame &frame) {
+        if (engine) {
+            Q_EMIT engine->frameCaptured(frame);
+        }
+    };
 }
 
 ScreenCaptureEngine::~ScreenCaptureEngine()
@@ -43,13 +44,7 @@ void ScreenCaptureEngine::setState(const ScreenCaptureState &state)
     // Reported from the event loop, after the caller has returned; queued calls on one object
     // run in the order they were posted.
     QMetaObject::invokeMethod(
-        this,
-        [this, state] {
-            if (onStateChange) {
-                onStateChange(state);
-            }
-        },
-        Qt::QueuedConnection);
+        this, [this, state] { Q_EMIT stateChanged(state); }, Qt::QueuedConnection);
 }
 
 void ScreenCaptureEngine::start(const std::optional<MirroredWindow> &window)

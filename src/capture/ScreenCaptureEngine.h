@@ -53,12 +53,6 @@ public:
     ScreenCaptureEngine(const ScreenCaptureEngine &) = delete;
     ScreenCaptureEngine &operator=(const ScreenCaptureEngine &) = delete;
 
-    // Called on the main thread with each delivered frame.
-    std::function<void(const CapturedFrame &)> onFrame;
-    // Called on the main thread after each state change, always after the call that changed
-    // it has returned, in the order of the changes.
-    std::function<void(const ScreenCaptureState &)> onStateChange;
-
     const ScreenCaptureState &state() const { return m_state; }
     bool isRunning() const { return m_isRunning; }
 
@@ -73,6 +67,13 @@ public:
     // The visible windows of other applications, sorted; an empty list on any failure.
     // `done` runs later on the main thread, unless the engine is gone by then.
     void shareableWindows(std::function<void(std::vector<ShareableWindow>)> done);
+
+Q_SIGNALS:
+    // On the main thread, with each delivered frame.
+    void frameCaptured(const lookpane::CapturedFrame &frame);
+    // On the main thread after each state change, always after the call that changed it has
+    // returned, in the order of the changes.
+    void stateChanged(const lookpane::ScreenCaptureState &state);
 
 private:
     struct StartAttempt

@@ -30,9 +30,7 @@ void BorderlessWindow::mousePressEvent(QMouseEvent *event)
                           : Qt::Edges();
     if (m_edges) {
         m_drag = Drag::resizing;
-        if (onLiveResizeBegan) {
-            onLiveResizeBegan();
-        }
+        Q_EMIT liveResizeBegan();
     } else if (m_movableByBackground) {
         m_drag = Drag::moving;
     }
@@ -67,8 +65,8 @@ void BorderlessWindow::mouseReleaseEvent(QMouseEvent *event)
     }
     const Drag finished = m_drag;
     m_drag = Drag::none;
-    if (finished == Drag::resizing && onLiveResizeEnded) {
-        onLiveResizeEnded();
+    if (finished == Drag::resizing) {
+        Q_EMIT liveResizeEnded();
     }
     event->accept();
 }
@@ -97,26 +95,20 @@ void BorderlessWindow::updateCursor(const QPointF &position)
 void BorderlessWindow::moveEvent(QMoveEvent *event)
 {
     QWidget::moveEvent(event);
-    if (onMoved) {
-        onMoved();
-    }
+    Q_EMIT moved();
 }
 
 void BorderlessWindow::resizeEvent(QResizeEvent *event)
 {
     QWidget::resizeEvent(event);
-    if (onResized) {
-        onResized();
-    }
+    Q_EMIT resized();
 }
 
 void BorderlessWindow::closeEvent(QCloseEvent *event)
 {
     // Lookpane's windows live as long as the application; closing one hides Lookpane.
     event->ignore();
-    if (onCloseRequested) {
-        onCloseRequested();
-    }
+    Q_EMIT closeRequested();
 }
 
 } // namespace lookpane

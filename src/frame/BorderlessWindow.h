@@ -3,7 +3,6 @@
 #include <QPointer>
 #include <QWidget>
 
-#include <functional>
 #include <optional>
 
 namespace lookpane {
@@ -19,15 +18,6 @@ public:
 
     explicit BorderlessWindow(QWidget *parent = nullptr);
 
-    // Reported after the window moved or was resized (by the user or by code), and around an
-    // interactive resize from the edges.
-    std::function<void()> onMoved;
-    std::function<void()> onResized;
-    std::function<void()> onLiveResizeBegan;
-    std::function<void()> onLiveResizeEnded;
-    // The window manager (or the user) asked to close the window; it stays open.
-    std::function<void()> onCloseRequested;
-
     // The width : height held during interactive resizes; none releases it.
     void setAspect(const std::optional<QSize> &aspect);
     std::optional<QSize> aspect() const { return m_aspect; }
@@ -37,6 +27,16 @@ public:
     void setResizable(bool resizable) { m_resizable = resizable; }
 
     bool isLiveResizing() const { return m_drag == Drag::resizing; }
+
+Q_SIGNALS:
+    // After the window moved or was resized (by the user or by code), and around an
+    // interactive resize from the edges.
+    void moved();
+    void resized();
+    void liveResizeBegan();
+    void liveResizeEnded();
+    // The window manager (or the user) asked to close the window; it stays open.
+    void closeRequested();
 
 protected:
     void mousePressEvent(QMouseEvent *event) override;

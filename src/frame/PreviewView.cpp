@@ -27,7 +27,8 @@ PreviewView::PreviewView(bool showsAuthoringChrome, QWidget *parent,
                             : GlCaptureView::make(this, GlCaptureView::preferredWindowSurface());
         if (captureView) {
             captureView->setParent(this);
-            captureView->onUnavailable = [this] { captureViewBecameUnavailable(); };
+            connect(captureView.get(), &GlCaptureView::unavailable, this,
+                    &PreviewView::captureViewBecameUnavailable);
             m_captureView = captureView.release(); // owned by this view from here on
         } else {
             m_message = unavailableMessage();
@@ -43,17 +44,10 @@ PreviewView::PreviewView(bool showsAuthoringChrome, QWidget *parent,
     }
     m_annotationCanvas = new AnnotationCanvasView(this);
     if (showsAuthoringChrome) {
-        // The canvas lives and dies with this view, so plain captures of `this` are safe.
-        m_annotationCanvas->onDraftChanged = [this](const Annotation &draft) {
-            if (onAnnotationDraftChanged) {
-                onAnnotationDraftChanged(draft);
-            }
-        };
-        m_annotationCanvas->onCommit = [this] {
-            if (onAnnotationCommitted) {
-                onAnnotationCommitted();
-            }
-        };
+        connect(m_annotationCanvas, &AnnotationCanvasView::draftChanged, this,
+                &PreviewView::annotationDraftChanged);
+        connect(m_annotationCanvas, &AnnotationCanvasView::committed, this,
+                &PreviewView::annotationCommitted);
     }
     // The share view's native capture window covers the canvas, so it paints the marks itself;
     // the canvas still shows them while the picture is hidden (black, a message).
@@ -63,12 +57,11 @@ PreviewView::PreviewView(bool showsAuthoringChrome, QWidget *parent,
                                                    size);
         });
     }
-    const auto overlayChanged = [this] {
+    connect(m_annotationCanvas, &AnnotationCanvasView::annotationsChanged, this, [this] {
         if (GlCaptureView *view = m_captureView) {
             view->updateOverlay();
         }
-    };
-    m_annotationCanvas->onAnnotationsChanged = overlayChanged;
+    });
     applyStyle();
 }
 

@@ -4,6 +4,7 @@
 #include "frame/PreviewStyle.h"
 #include "model/BlurStrength.h"
 #include "picture/CapturedFrame.h"
+#include "render/GlCaptureView.h"
 
 #include <QPointer>
 #include <QWidget>
@@ -15,7 +16,6 @@
 namespace lookpane {
 
 class AnnotationCanvasView;
-class GlCaptureView;
 class ScopeBorderView;
 
 // Content of the frame window and of the share window: the captured picture at the back, the
@@ -25,6 +25,8 @@ class ScopeBorderView;
 // never blurred, paints it with the raster painter and has no capture view.
 class PreviewView : public QWidget
 {
+    Q_OBJECT
+
 public:
     using Style = PreviewStyle;
     using CaptureViewFactory = std::function<std::unique_ptr<GlCaptureView>(QWidget *parent)>;
@@ -35,10 +37,6 @@ public:
     explicit PreviewView(bool showsAuthoringChrome, QWidget *parent = nullptr,
                          CaptureViewFactory makeCaptureView = {});
     ~PreviewView() override;
-
-    // The canvas's draft and commit (authoring instance only).
-    std::function<void(const Annotation &)> onAnnotationDraftChanged;
-    std::function<void()> onAnnotationCommitted;
 
     // Sets the style and, when it changed, applies it.
     void setPreviewStyle(Style style);
@@ -60,6 +58,11 @@ public:
 
     static QString unavailableMessage();
     static QFont messageFont();
+
+Q_SIGNALS:
+    // The canvas's draft and commit (authoring instance only).
+    void annotationDraftChanged(const lookpane::Annotation &draft);
+    void annotationCommitted();
 
 protected:
     void paintEvent(QPaintEvent *event) override;

@@ -173,14 +173,8 @@ void GlCaptureView::becomeUnavailable()
         return;
     }
     m_unavailable = true;
-    if (onUnavailable) {
-        // Not from inside Qt's GL set-up: the owner may hide or replace this view.
-        QTimer::singleShot(0, this, [this] {
-            if (onUnavailable) {
-                onUnavailable();
-            }
-        });
-    }
+    // Not from inside Qt's GL set-up: the owner may hide or replace this view.
+    QTimer::singleShot(0, this, [this] { Q_EMIT unavailable(); });
 }
 
 void GlCaptureView::resizeEvent(QResizeEvent *event)

@@ -68,9 +68,6 @@ public:
     void setOverlayPainter(std::function<void(QPainter &, QSizeF)> painter);
     void updateOverlay();
 
-    // Called (once) when the view's own context turns out unusable after it was made.
-    std::function<void()> onUnavailable;
-
     // The picture to draw; a redraw is requested at once.
     void setFrame(const CapturedFrame &frame);
     const CapturedFrame &frame() const { return m_frame; }
@@ -104,6 +101,10 @@ public:
     int drawCount() const;
     const DrawResult &lastDraw() const;
     bool hasMipChain() const;
+
+Q_SIGNALS:
+    // Once, when the view's own context turns out unusable after it was made.
+    void unavailable();
 
 protected:
     void initializeGL() override;

@@ -17,9 +17,7 @@ void DragHandleView::mousePressEvent(QMouseEvent *event)
     }
     m_dragOrigin = event->globalPosition();
     event->accept();
-    if (onDragBegan) {
-        onDragBegan();
-    }
+    Q_EMIT dragBegan();
 }
 
 void DragHandleView::mouseMoveEvent(QMouseEvent *event)
@@ -32,9 +30,7 @@ void DragHandleView::mouseMoveEvent(QMouseEvent *event)
     const QPointF step = event->globalPosition() - *m_dragOrigin;
     // Qt's y grows downwards; the frame's geometry grows upwards.
     const QPointF offset(step.x(), -step.y());
-    if (onDragged) {
-        onDragged(offset);
-    }
+    Q_EMIT dragged(offset);
 }
 
 void DragHandleView::mouseReleaseEvent(QMouseEvent *event)

@@ -68,17 +68,8 @@ void FrameToolbarWindowController::makeContentView()
     centring->setContentsMargins(0, 0, 0, 0);
     centring->addWidget(m_stackView, 0, Qt::AlignCenter);
 
-    // The panel, and with it the handle, lives no longer than the controller.
-    root->onDragBegan = [this] {
-        if (onDragBegan) {
-            onDragBegan();
-        }
-    };
-    root->onDragged = [this](QPointF offset) {
-        if (onDragged) {
-            onDragged(offset);
-        }
-    };
+    connect(root, &DragHandleView::dragBegan, this, &FrameToolbarWindowController::dragBegan);
+    connect(root, &DragHandleView::dragged, this, &FrameToolbarWindowController::dragged);
 
     makeBaseRow();
     makeDrawingRow();
@@ -139,7 +130,7 @@ void FrameToolbarWindowController::makeDrawingRow()
         SymbolButton *button = makeButton(entry.symbol, title.constData(), name, false, nullptr);
         button->setTag(static_cast<int>(caseIndex(entry.tool)));
         connect(button, &QAbstractButton::clicked, this,
-                [this, button] { selectTool(button->tag()); });
+                [this, button] { selectToolAt(button->tag()); });
         m_toolButtons[entry.tool] = button;
         m_drawingViews.append(button);
     }
@@ -165,7 +156,7 @@ ColorSwatchButton *FrameToolbarWindowController::makeColorButton(AnnotationColor
 {
     auto *swatch = new ColorSwatchButton(color, m_stackView);
     connect(swatch, &QAbstractButton::clicked, this,
-            [this, swatch] { selectColor(swatch->tag()); });
+            [this, swatch] { selectColorAt(swatch->tag()); });
     return swatch;
 }
 
@@ -235,75 +226,17 @@ void FrameToolbarWindowController::showFramingMenu()
     menu->popup(topLeft);
 }
 
-void FrameToolbarWindowController::toggleDrawing()
+void FrameToolbarWindowController::selectToolAt(int tag)
 {
-    if (onToggleDrawing) {
-        onToggleDrawing();
+    if (const std::optional<AnnotationTool> tool = caseAt<AnnotationTool>(tag)) {
+        Q_EMIT selectTool(*tool);
     }
 }
 
-void FrameToolbarWindowController::togglePrivacyBlur()
+void FrameToolbarWindowController::selectColorAt(int tag)
 {
-    if (onTogglePrivacyBlur) {
-        onTogglePrivacyBlur();
-    }
-}
-
-void FrameToolbarWindowController::toggleClickThrough()
-{
-    if (onToggleClickThrough) {
-        onToggleClickThrough();
-    }
-}
-
-void FrameToolbarWindowController::toggleMode()
-{
-    if (onToggleMode) {
-        onToggleMode();
-    }
-}
-
-void FrameToolbarWindowController::toggleAlwaysOnTop()
-{
-    if (onToggleAlwaysOnTop) {
-        onToggleAlwaysOnTop();
-    }
-}
-
-void FrameToolbarWindowController::hide()
-{
-    if (onHide) {
-        onHide();
-    }
-}
-
-void FrameToolbarWindowController::undoAnnotation()
-{
-    if (onUndoAnnotation) {
-        onUndoAnnotation();
-    }
-}
-
-void FrameToolbarWindowController::clearAnnotations()
-{
-    if (onClearAnnotations) {
-        onClearAnnotations();
-    }
-}
-
-void FrameToolbarWindowController::selectTool(int tag)
-{
-    const std::optional<AnnotationTool> tool = caseAt<AnnotationTool>(tag);
-    if (tool && onSelectTool) {
-        onSelectTool(*tool);
-    }
-}
-
-void FrameToolbarWindowController::selectColor(int tag)
-{
-    const std::optional<AnnotationColor> color = caseAt<AnnotationColor>(tag);
-    if (color && onSelectColor) {
-        onSelectColor(*color);
+    if (const std::optional<AnnotationColor> color = caseAt<AnnotationColor>(tag)) {
+        Q_EMIT selectColor(*color);
     }
 }
 

@@ -12,7 +12,6 @@
 #include <QSizeF>
 #include <QString>
 
-#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -28,7 +27,7 @@ class ToolbarPanel;
 class ToolbarStack;
 
 // The floating strip of controls under the frame. It keeps no state of the application: every
-// control only calls its callback, and the owner pushes the whole state back with update(...).
+// control only reports its signal, and the owner pushes the whole state back with update(...).
 // The base row holds framing, drawing, blur, click-through, detach, always-on-top and hide; in
 // drawing mode it is replaced by the tools, the colours, undo, clear and done. Dragging the
 // strip's background reports offsets that move the frame.
@@ -47,20 +46,6 @@ public:
     // set the framing button does nothing.
     QPointer<QMenu> framingMenu;
 
-    std::function<void()> onToggleDrawing;
-    std::function<void(AnnotationTool)> onSelectTool;
-    std::function<void(AnnotationColor)> onSelectColor;
-    std::function<void()> onUndoAnnotation;
-    std::function<void()> onClearAnnotations;
-    std::function<void()> onTogglePrivacyBlur;
-    std::function<void()> onToggleClickThrough;
-    std::function<void()> onToggleMode;
-    std::function<void()> onToggleAlwaysOnTop;
-    std::function<void()> onHide;
-    // Total offset since the press on the background, in points, x to the right and y upwards.
-    std::function<void(QPointF offset)> onDragged;
-    std::function<void()> onDragBegan;
-
     // The panel (a frameless top-level widget). The owner shows, hides, raises and places it.
     QWidget *window() const;
 
@@ -76,19 +61,12 @@ public:
     // points with y growing upwards.
     static QPointF origin(QSizeF size, QRectF frame, std::optional<QRectF> visibleFrame);
 
-    // The actions of the controls; each forwards to its callback if one is set.
+    // Opens the framing menu above the framing button.
     void showFramingMenu();
-    void toggleDrawing();
-    void togglePrivacyBlur();
-    void toggleClickThrough();
-    void toggleMode();
-    void toggleAlwaysOnTop();
-    void hide();
-    void undoAnnotation();
-    void clearAnnotations();
-    // `tag` is the index of the tool or colour in its list of cases; others are ignored.
-    void selectTool(int tag);
-    void selectColor(int tag);
+    // The tool and colour buttons: `tag` is the index of the tool or colour in its list of
+    // cases; others are ignored.
+    void selectToolAt(int tag);
+    void selectColorAt(int tag);
 
     // The controls, for the owner's placement and for inspection.
     SymbolButton *framingButton() const { return m_framingButton; }
@@ -113,6 +91,22 @@ public:
 
     // The panel's size for the row it shows: (max(row width + 20, 120), 40).
     QSize fittingPanelSize() const;
+
+Q_SIGNALS:
+    // What the user asked for with the controls; the owner decides and pushes the new state.
+    void toggleDrawing();
+    void selectTool(lookpane::AnnotationTool tool);
+    void selectColor(lookpane::AnnotationColor color);
+    void undoAnnotation();
+    void clearAnnotations();
+    void togglePrivacyBlur();
+    void toggleClickThrough();
+    void toggleMode();
+    void toggleAlwaysOnTop();
+    void hide();
+    // Total offset since the press on the background, in points, x to the right and y upwards.
+    void dragged(QPointF offset);
+    void dragBegan();
 
 private:
     void makeContentView();

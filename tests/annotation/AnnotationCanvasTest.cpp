@@ -39,8 +39,9 @@ protected:
     void SetUp() override
     {
         canvas = new AnnotationCanvasView(&beneath);
-        canvas->onDraftChanged = [this](const Annotation &draft) { drafts.push_back(draft); };
-        canvas->onCommit = [this] { ++commits; };
+        QObject::connect(canvas, &AnnotationCanvasView::draftChanged,
+                         [this](const Annotation &draft) { drafts.push_back(draft); });
+        QObject::connect(canvas, &AnnotationCanvasView::committed, [this] { ++commits; });
     }
 
     void resize(QSize size)

@@ -28,7 +28,7 @@ class AnnotationStoreTest : public ::testing::Test
 protected:
     void SetUp() override
     {
-        store.onChange = [this] { ++changes; };
+        QObject::connect(&store, &AnnotationStore::changed, [this] { ++changes; });
     }
 
     void commit(const Annotation &annotation)
@@ -188,10 +188,10 @@ TEST_F(AnnotationStoreTest, OnChangeSeesTheNewStateAlready)
 {
     std::size_t countSeen = 0;
     bool draftSeen = true;
-    store.onChange = [&] {
+    QObject::connect(&store, &AnnotationStore::changed, [&] {
         countSeen = store.annotations().size();
         draftSeen = store.draft().has_value();
-    };
+    });
     commit(numberedMark(1));
     EXPECT_EQ(countSeen, 1u);
     EXPECT_FALSE(draftSeen);
@@ -201,7 +201,7 @@ TEST_F(AnnotationStoreTest, OnChangeSeesTheNewStateAlready)
 
 TEST_F(AnnotationStoreTest, WorksWithoutAnObserver)
 {
-    store.onChange = nullptr;
+    QObject::disconnect(&store, &AnnotationStore::changed, nullptr, nullptr);
     commit(numberedMark(1));
     store.clear();
     EXPECT_TRUE(store.undo());

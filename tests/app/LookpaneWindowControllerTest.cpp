@@ -144,7 +144,7 @@ TEST_F(FrameController, DrawingKeysInAnotherLookpaneWindowPassThroughUntouched)
     auto controller = makeController(QRect(300, 300, 640, 360));
     showAndWait(*controller);
     controller->setDrawingMode(true);
-    controller->toolbar()->onSelectTool(AnnotationTool::line);
+    Q_EMIT controller->toolbar()->selectTool(AnnotationTool::line);
 
     QWidget settings;
     settings.setWindowTitle(QStringLiteral("Settings"));
@@ -181,10 +181,10 @@ TEST_F(FrameController, DrawingKeysInTheFrameWindowPickToolsUndoClearAndLeave)
     EXPECT_EQ(controller->previewView()->annotationCanvas()->tool(), AnnotationTool::rectangle);
 
     PreviewView &view = *controller->previewView();
-    view.onAnnotationDraftChanged(arrow({0.1, 0.1}, {0.5, 0.5}));
-    view.onAnnotationCommitted();
-    view.onAnnotationDraftChanged(arrow({0.2, 0.2}, {0.6, 0.7}));
-    view.onAnnotationCommitted();
+    Q_EMIT view.annotationDraftChanged(arrow({0.1, 0.1}, {0.5, 0.5}));
+    Q_EMIT view.annotationCommitted();
+    Q_EMIT view.annotationDraftChanged(arrow({0.2, 0.2}, {0.6, 0.7}));
+    Q_EMIT view.annotationCommitted();
     ASSERT_EQ(controller->annotations().annotations().size(), 2u);
 
     xdotool(display(), {"key", "ctrl+z"});
@@ -211,7 +211,8 @@ TEST_F(FrameController, HidingInDetachedModeSavesBothFramesEndsDrawingAndBlur)
     controller->setPrivacyBlur(true);
     ASSERT_TRUE(controller->previewView()->scopeBorderView()->privacyBlurActive());
     std::vector<bool> visibility;
-    controller->onVisibilityChanged = [&](bool visible) { visibility.push_back(visible); };
+    QObject::connect(controller.get(), &LookpaneWindowController::visibilityChanged,
+                     [&](bool visible) { visibility.push_back(visible); });
 
     controller->hide();
     EXPECT_FALSE(controller->isDrawing());
@@ -253,7 +254,8 @@ TEST_F(FrameController, OverlayDetachedOverlaySavesTheShareFrameAndPutsTheShareW
     showAndWait(*controller);
     EXPECT_EQ(controller->shareWindow()->geometry(), controller->frameWindow()->geometry());
     std::vector<ShareMode> modes;
-    controller->onModeChanged = [&](ShareMode mode) { modes.push_back(mode); };
+    QObject::connect(controller.get(), &LookpaneWindowController::modeChanged,
+                     [&](ShareMode mode) { modes.push_back(mode); });
 
     controller->setMode(ShareMode::detached);
     EXPECT_EQ(stored(QStringLiteral("ShareMode")), QStringLiteral("detached"));
@@ -279,7 +281,8 @@ TEST_F(FrameController, SetRatioBeforeShowingPersistsReportsAndReshapesAroundThe
 {
     auto controller = makeController(QRect(300, 300, 640, 360));
     std::vector<FrameRatio> reported;
-    controller->onRatioChanged = [&](FrameRatio ratio) { reported.push_back(ratio); };
+    QObject::connect(controller.get(), &LookpaneWindowController::ratioChanged,
+                     [&](FrameRatio ratio) { reported.push_back(ratio); });
     const QPointF centre = controller->contentRect().center();
     controller->setRatio(FrameRatio::square);
     EXPECT_EQ(stored(QStringLiteral("FrameRatio")), QStringLiteral("square"));
@@ -297,10 +300,11 @@ TEST_F(FrameController, DraggingTheToolbarMovesTheFrameAndTheShareWindowFollows)
     auto controller = makeController(QRect(300, 300, 640, 360));
     showAndWait(*controller);
     std::vector<QRectF> reported;
-    controller->onFrameChanged = [&](const QRectF &rect, QScreen *) { reported.push_back(rect); };
+    QObject::connect(controller.get(), &LookpaneWindowController::frameChanged,
+                     [&](const QRectF &rect, QScreen *) { reported.push_back(rect); });
     const QRectF start = controller->contentRect();
-    controller->toolbar()->onDragBegan();
-    controller->toolbar()->onDragged(QPointF(100, 50)); // right and up
+    Q_EMIT controller->toolbar()->dragBegan();
+    Q_EMIT controller->toolbar()->dragged(QPointF(100, 50)); // right and up
     EXPECT_TRUE(waitUntil([&] { return controller->contentRect() == start.translated(100, 50); }));
     EXPECT_EQ(controller->frameWindow()->geometry().topLeft(), QPoint(400, 250));
     EXPECT_TRUE(waitUntil([&] {
@@ -319,15 +323,15 @@ TEST_F(FrameController, MarksGoToBothViewsAndTheToolbarKnowsWhatCanBeUndone)
     auto controller = makeController(QRect(300, 300, 640, 360));
     controller->setDrawingMode(true);
     PreviewView &view = *controller->previewView();
-    view.onAnnotationDraftChanged(arrow({0.1, 0.1}, {0.5, 0.5}));
+    Q_EMIT view.annotationDraftChanged(arrow({0.1, 0.1}, {0.5, 0.5}));
     // The draft shows on both canvases while it is drawn.
     EXPECT_EQ(controller->previewView()->annotationCanvas()->annotations().size(), 1u);
     EXPECT_EQ(controller->sharePreviewView()->annotationCanvas()->annotations().size(), 1u);
-    view.onAnnotationCommitted();
+    Q_EMIT view.annotationCommitted();
     EXPECT_EQ(controller->annotations().annotations().size(), 1u);
     EXPECT_TRUE(controller->toolbar()->undoButton()->isEnabled());
     EXPECT_TRUE(controller->toolbar()->clearButton()->isEnabled());
-    controller->toolbar()->onUndoAnnotation();
+    Q_EMIT controller->toolbar()->undoAnnotation();
     EXPECT_TRUE(controller->sharePreviewView()->annotationCanvas()->annotations().empty());
     EXPECT_FALSE(controller->toolbar()->undoButton()->isEnabled());
 }
@@ -336,7 +340,7 @@ TEST_F(FrameController, PrivacyBlurReachesOnlyTheShareViewAndTheOutlineBanner)
 {
     auto controller = makeController(QRect(300, 300, 640, 360));
     showAndWait(*controller);
-    controller->toolbar()->onTogglePrivacyBlur();
+    Q_EMIT controller->toolbar()->togglePrivacyBlur();
     EXPECT_TRUE(controller->isPrivacyBlurActive());
     GlCaptureView *shareView = controller->sharePreviewView()->captureView();
     ASSERT_TRUE(shareView != nullptr);
@@ -359,7 +363,8 @@ TEST_F(FrameController, ClickThroughSwitchPersistsReportsAndEndsMoveMode)
     auto controller = makeController(QRect(300, 300, 640, 360));
     showAndWait(*controller);
     std::vector<bool> reported;
-    controller->onClickThroughChanged = [&](bool on) { reported.push_back(on); };
+    QObject::connect(controller.get(), &LookpaneWindowController::clickThroughChanged,
+                     [&](bool on) { reported.push_back(on); });
     controller->beginMoveMode();
     EXPECT_TRUE(controller->isInMoveMode());
     EXPECT_FALSE(controller->clickThrough());
@@ -377,7 +382,8 @@ TEST_F(FrameController, ClosingEitherWindowHidesLookpaneAndKeepsTheWindows)
     auto controller = makeController(QRect(300, 300, 640, 360));
     showAndWait(*controller);
     std::vector<bool> visibility;
-    controller->onVisibilityChanged = [&](bool visible) { visibility.push_back(visible); };
+    QObject::connect(controller.get(), &LookpaneWindowController::visibilityChanged,
+                     [&](bool visible) { visibility.push_back(visible); });
     EXPECT_FALSE(controller->frameWindow()->close()) << "the close must be refused";
     EXPECT_FALSE(controller->isFrameVisible());
     EXPECT_FALSE(controller->frameWindow()->isVisible());
@@ -394,7 +400,8 @@ TEST_F(FrameController, MoveModeEndsWithTheNextLeftMouseUpAndClickThroughComesBa
     auto controller = makeController(QRect(300, 300, 640, 360));
     showAndWait(*controller);
     std::vector<bool> reported;
-    controller->onClickThroughChanged = [&](bool on) { reported.push_back(on); };
+    QObject::connect(controller.get(), &LookpaneWindowController::clickThroughChanged,
+                     [&](bool on) { reported.push_back(on); });
     controller->beginMoveMode();
     ASSERT_TRUE(controller->isInMoveMode());
     ASSERT_FALSE(controller->framePassesInteriorClicks());
@@ -427,7 +434,8 @@ TEST_F(FrameController, MoveModeEndsAtAReleaseInAnotherApplicationWithTheBoxIgno
     controller->frameWindow()->installEventFilter(&presses);
     showAndWait(*controller);
     std::vector<bool> reported;
-    controller->onClickThroughChanged = [&](bool on) { reported.push_back(on); };
+    QObject::connect(controller.get(), &LookpaneWindowController::clickThroughChanged,
+                     [&](bool on) { reported.push_back(on); });
     controller->beginMoveMode();
     ASSERT_TRUE(controller->isInMoveMode());
 
@@ -454,7 +462,7 @@ TEST_F(FrameController, MoveModeEndsAtAReleaseInAnotherApplicationWithTheBoxIgno
     EXPECT_EQ(presses.count, 0);
 
     // Turning click-through on brings the bands back.
-    controller->toolbar()->onToggleClickThrough();
+    Q_EMIT controller->toolbar()->toggleClickThrough();
     EXPECT_TRUE(controller->clickThrough());
     EXPECT_FALSE(controller->frameIgnoresMouse());
     EXPECT_TRUE(controller->framePassesInteriorClicks());
@@ -476,8 +484,8 @@ TEST_F(FrameController, DetachedWithoutACompositorTheMarksShowOverTheDesktop)
 
     controller->setDrawingMode(true);
     PreviewView &view = *controller->previewView();
-    view.onAnnotationDraftChanged(arrow({0.2, 0.5}, {0.8, 0.5}));
-    view.onAnnotationCommitted();
+    Q_EMIT view.annotationDraftChanged(arrow({0.2, 0.5}, {0.8, 0.5}));
+    Q_EMIT view.annotationCommitted();
     controller->setDrawingMode(false);
 
     const QColor desktop(0x20, 0x80, 0xC0);
@@ -501,7 +509,7 @@ TEST_F(FrameController, DetachedWithoutACompositorTheMarksShowOverTheDesktop)
     EXPECT_TRUE(waitUntil([&] { return distance(screen(), onArrow) > 60; }))
         << "the arrow does not show over the desktop";
     // Undone, the mark leaves the shape.
-    controller->toolbar()->onUndoAnnotation();
+    Q_EMIT controller->toolbar()->undoAnnotation();
     EXPECT_TRUE(waitUntil([&] { return distance(screen(), onArrow) <= 6; }));
 }
 

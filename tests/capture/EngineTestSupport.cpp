@@ -93,10 +93,10 @@ void EngineTest::SetUp()
         return screens;
     };
     engine = std::make_unique<ScreenCaptureEngine>(std::move(scripted), layout);
-    engine->onStateChange = [this](const ScreenCaptureState &state) {
-        reportedStates.push_back(state);
-    };
-    engine->onFrame = [this](const CapturedFrame &frame) { deliveredFrames.push_back(frame); };
+    QObject::connect(engine.get(), &ScreenCaptureEngine::stateChanged,
+                     [this](const ScreenCaptureState &state) { reportedStates.push_back(state); });
+    QObject::connect(engine.get(), &ScreenCaptureEngine::frameCaptured,
+                     [this](const CapturedFrame &frame) { deliveredFrames.push_back(frame); });
 }
 
 void EngineTest::TearDown()

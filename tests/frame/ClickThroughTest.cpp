@@ -142,8 +142,8 @@ TEST_F(ClickThrough, DraggingTheRightEdgeResizesAndHoldsTheLockedRatio)
     frame.setGeometry(100, 100, 640, 360);
     int began = 0;
     int ended = 0;
-    frame.onLiveResizeBegan = [&] { ++began; };
-    frame.onLiveResizeEnded = [&] { ++ended; };
+    QObject::connect(&frame, &BorderlessWindow::liveResizeBegan, [&] { ++began; });
+    QObject::connect(&frame, &BorderlessWindow::liveResizeEnded, [&] { ++ended; });
     frame.show();
     waitUntil([&] {
         return windowInfo(testDisplay().displayName(), frame.winId())

@@ -240,16 +240,13 @@ TEST(RenderPreview, OnlyTheAuthoringCanvasReportsDraftsAndCommits)
         preview.resize(200, 100);
         int drafts = 0;
         int commits = 0;
-        preview.onAnnotationDraftChanged = [&](const Annotation &) { ++drafts; };
-        preview.onAnnotationCommitted = [&] { ++commits; };
+        QObject::connect(&preview, &PreviewView::annotationDraftChanged,
+                         [&](const Annotation &) { ++drafts; });
+        QObject::connect(&preview, &PreviewView::annotationCommitted, [&] { ++commits; });
         AnnotationCanvasView *canvas = preview.annotationCanvas();
-        ASSERT_TRUE(canvas->onDraftChanged || !authoring);
-        if (canvas->onDraftChanged) {
-            canvas->onDraftChanged(Annotation{});
-        }
-        if (canvas->onCommit) {
-            canvas->onCommit();
-        }
+        // What the canvas reports reaches the owner only from the authoring instance.
+        Q_EMIT canvas->draftChanged(Annotation{});
+        Q_EMIT canvas->committed();
         EXPECT_EQ(drafts, authoring ? 1 : 0);
         EXPECT_EQ(commits, authoring ? 1 : 0);
     }

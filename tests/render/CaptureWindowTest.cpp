@@ -189,8 +189,9 @@ TEST(RenderCaptureWindow, DrawingGesturesOverTheAuthoringPictureReachTheCanvas)
     authoring.resize(640, 360);
     int drafts = 0;
     int commits = 0;
-    authoring.onAnnotationDraftChanged = [&](const Annotation &) { ++drafts; };
-    authoring.onAnnotationCommitted = [&] { ++commits; };
+    QObject::connect(&authoring, &PreviewView::annotationDraftChanged,
+                     [&](const Annotation &) { ++drafts; });
+    QObject::connect(&authoring, &PreviewView::annotationCommitted, [&] { ++commits; });
     ASSERT_TRUE(showAndWait(authoring, {0, 0}));
     const QColor grey(128, 128, 128);
     authoring.setCapturedFrame(CapturedFrame::fromImage(solidPicture({640, 360}, grey)));

@@ -160,14 +160,21 @@ TEST_F(ToolbarControls, ControlsAreAtLeastThirtyWideAndNeverTakeFocus)
 TEST_F(ToolbarControls, EachBaseButtonCallsItsCallback)
 {
     std::vector<std::string> calls;
-    toolbar.onToggleDrawing = [&] { calls.push_back("drawing"); };
-    toolbar.onTogglePrivacyBlur = [&] { calls.push_back("blur"); };
-    toolbar.onToggleClickThrough = [&] { calls.push_back("clickThrough"); };
-    toolbar.onToggleMode = [&] { calls.push_back("mode"); };
-    toolbar.onToggleAlwaysOnTop = [&] { calls.push_back("alwaysOnTop"); };
-    toolbar.onHide = [&] { calls.push_back("hide"); };
+    QObject::connect(&toolbar, &FrameToolbarWindowController::toggleDrawing,
+                     [&] { calls.push_back("drawing"); });
+    QObject::connect(&toolbar, &FrameToolbarWindowController::togglePrivacyBlur,
+                     [&] { calls.push_back("blur"); });
+    QObject::connect(&toolbar, &FrameToolbarWindowController::toggleClickThrough,
+                     [&] { calls.push_back("clickThrough"); });
+    QObject::connect(&toolbar, &FrameToolbarWindowController::toggleMode,
+                     [&] { calls.push_back("mode"); });
+    QObject::connect(&toolbar, &FrameToolbarWindowController::toggleAlwaysOnTop,
+                     [&] { calls.push_back("alwaysOnTop"); });
+    QObject::connect(&toolbar, &FrameToolbarWindowController::hide,
+                     [&] { calls.push_back("hide"); });
     // Drag callbacks must not fire for presses that a button takes.
-    toolbar.onDragBegan = [&] { calls.push_back("dragBegan"); };
+    QObject::connect(&toolbar, &FrameToolbarWindowController::dragBegan,
+                     [&] { calls.push_back("dragBegan"); });
 
     for (SymbolButton *button :
          {toolbar.drawButton(), toolbar.blurButton(), toolbar.clickThroughButton(),
@@ -185,11 +192,16 @@ TEST_F(ToolbarControls, EachDrawingButtonCallsItsCallback)
     std::vector<std::string> calls;
     std::vector<AnnotationTool> tools;
     std::vector<AnnotationColor> colors;
-    toolbar.onToggleDrawing = [&] { calls.push_back("drawing"); };
-    toolbar.onUndoAnnotation = [&] { calls.push_back("undo"); };
-    toolbar.onClearAnnotations = [&] { calls.push_back("clear"); };
-    toolbar.onSelectTool = [&](AnnotationTool tool) { tools.push_back(tool); };
-    toolbar.onSelectColor = [&](AnnotationColor color) { colors.push_back(color); };
+    QObject::connect(&toolbar, &FrameToolbarWindowController::toggleDrawing,
+                     [&] { calls.push_back("drawing"); });
+    QObject::connect(&toolbar, &FrameToolbarWindowController::undoAnnotation,
+                     [&] { calls.push_back("undo"); });
+    QObject::connect(&toolbar, &FrameToolbarWindowController::clearAnnotations,
+                     [&] { calls.push_back("clear"); });
+    QObject::connect(&toolbar, &FrameToolbarWindowController::selectTool,
+                     [&](AnnotationTool tool) { tools.push_back(tool); });
+    QObject::connect(&toolbar, &FrameToolbarWindowController::selectColor,
+                     [&](AnnotationColor color) { colors.push_back(color); });
 
     for (const AnnotationTool tool : allCases<AnnotationTool>()) {
         QTest::mouseClick(toolbar.toolButtons().at(tool), Qt::LeftButton);
@@ -229,8 +241,8 @@ TEST_F(ToolbarControls, DisabledUndoAndClearDoNotCall)
     state.isDrawing = true;
     push(toolbar, state);
     int calls = 0;
-    toolbar.onUndoAnnotation = [&] { ++calls; };
-    toolbar.onClearAnnotations = [&] { ++calls; };
+    QObject::connect(&toolbar, &FrameToolbarWindowController::undoAnnotation, [&] { ++calls; });
+    QObject::connect(&toolbar, &FrameToolbarWindowController::clearAnnotations, [&] { ++calls; });
     EXPECT_FALSE(toolbar.undoButton()->isEnabled());
     EXPECT_FALSE(toolbar.clearButton()->isEnabled());
     QTest::mouseClick(toolbar.undoButton(), Qt::LeftButton);
@@ -247,13 +259,15 @@ TEST_F(ToolbarControls, TagsAboveFourAreIgnored)
 {
     std::vector<AnnotationTool> tools;
     std::vector<AnnotationColor> colors;
-    toolbar.onSelectTool = [&](AnnotationTool tool) { tools.push_back(tool); };
-    toolbar.onSelectColor = [&](AnnotationColor color) { colors.push_back(color); };
+    QObject::connect(&toolbar, &FrameToolbarWindowController::selectTool,
+                     [&](AnnotationTool tool) { tools.push_back(tool); });
+    QObject::connect(&toolbar, &FrameToolbarWindowController::selectColor,
+                     [&](AnnotationColor color) { colors.push_back(color); });
 
-    toolbar.selectTool(5);
-    toolbar.selectColor(5);
-    toolbar.selectTool(42);
-    toolbar.selectColor(-1);
+    toolbar.selectToolAt(5);
+    toolbar.selectColorAt(5);
+    toolbar.selectToolAt(42);
+    toolbar.selectColorAt(-1);
     EXPECT_TRUE(tools.empty());
     EXPECT_TRUE(colors.empty());
 
@@ -268,8 +282,8 @@ TEST_F(ToolbarControls, TagsAboveFourAreIgnored)
     EXPECT_TRUE(tools.empty());
     EXPECT_TRUE(colors.empty());
 
-    toolbar.selectTool(4);
-    toolbar.selectColor(4);
+    toolbar.selectToolAt(4);
+    toolbar.selectColorAt(4);
     EXPECT_EQ(tools, std::vector<AnnotationTool>{AnnotationTool::ellipse});
     EXPECT_EQ(colors, std::vector<AnnotationColor>{AnnotationColor::white});
 }

@@ -151,7 +151,8 @@ TEST(ToolbarDesktop, PanelDoesNotTakeFocusWhenShownOrClicked)
 
     FrameToolbarWindowController toolbar;
     int drawToggles = 0;
-    toolbar.onToggleDrawing = [&] { ++drawToggles; };
+    QObject::connect(&toolbar, &FrameToolbarWindowController::toggleDrawing,
+                     [&] { ++drawToggles; });
     showAt(toolbar.window(), QPoint(700, 600));
     QTest::qWait(300);
     EXPECT_EQ(QApplication::activeWindow(), &other);

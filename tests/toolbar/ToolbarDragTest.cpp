@@ -34,8 +34,9 @@ TEST(ToolbarDrag, BackgroundDragReportsTotalOffsetWithYUp)
     handle.resize(200, 40);
     int began = 0;
     std::vector<QPointF> offsets;
-    handle.onDragBegan = [&] { ++began; };
-    handle.onDragged = [&](QPointF offset) { offsets.push_back(offset); };
+    QObject::connect(&handle, &DragHandleView::dragBegan, [&] { ++began; });
+    QObject::connect(&handle, &DragHandleView::dragged,
+                     [&](QPointF offset) { offsets.push_back(offset); });
 
     send(&handle, QEvent::MouseButtonPress, QPointF(500, 500), Qt::LeftButton, Qt::LeftButton);
     EXPECT_EQ(began, 1);
@@ -60,7 +61,7 @@ TEST(ToolbarDrag, OnlyTheLeftButtonDrags)
 {
     DragHandleView handle;
     int began = 0;
-    handle.onDragBegan = [&] { ++began; };
+    QObject::connect(&handle, &DragHandleView::dragBegan, [&] { ++began; });
     send(&handle, QEvent::MouseButtonPress, QPointF(10, 10), Qt::RightButton, Qt::RightButton);
     EXPECT_EQ(began, 0);
     EXPECT_FALSE(handle.dragOrigin().has_value());
@@ -83,9 +84,11 @@ TEST(ToolbarDrag, PanelBackgroundAndSeparatorsReportDragsButButtonsDoNot)
     int began = 0;
     std::vector<QPointF> offsets;
     int drawToggles = 0;
-    toolbar.onDragBegan = [&] { ++began; };
-    toolbar.onDragged = [&](QPointF offset) { offsets.push_back(offset); };
-    toolbar.onToggleDrawing = [&] { ++drawToggles; };
+    QObject::connect(&toolbar, &FrameToolbarWindowController::dragBegan, [&] { ++began; });
+    QObject::connect(&toolbar, &FrameToolbarWindowController::dragged,
+                     [&](QPointF offset) { offsets.push_back(offset); });
+    QObject::connect(&toolbar, &FrameToolbarWindowController::toggleDrawing,
+                     [&] { ++drawToggles; });
 
     // The left margin of the panel is background.
     const QPoint margin(3, panel->height() / 2);

@@ -39,9 +39,7 @@ void AnnotationCanvasView::setAnnotations(std::vector<Annotation> annotations)
 {
     m_annotations = std::move(annotations);
     update();
-    if (onAnnotationsChanged) {
-        onAnnotationsChanged();
-    }
+    Q_EMIT annotationsChanged();
 }
 
 void AnnotationCanvasView::setEditing(bool editing)
@@ -73,9 +71,7 @@ QPointF AnnotationCanvasView::unitPoint(QPointF widgetPosition) const
 
 void AnnotationCanvasView::reportDraft(const Annotation &draft)
 {
-    if (onDraftChanged) {
-        onDraftChanged(draft);
-    }
+    Q_EMIT draftChanged(draft);
 }
 
 void AnnotationCanvasView::mousePressEvent(QMouseEvent *event)
@@ -122,9 +118,7 @@ void AnnotationCanvasView::mouseReleaseEvent(QMouseEvent *event)
     }
     m_dragOrigin.reset();
     m_currentFreehandPoints.clear();
-    if (onCommit) {
-        onCommit();
-    }
+    Q_EMIT committed();
 }
 
 double AnnotationCanvasView::strokeWidth(const Annotation &mark, QSizeF canvasSize)

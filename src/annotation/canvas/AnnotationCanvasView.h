@@ -22,16 +22,10 @@ namespace lookpane {
 // happens here and nowhere else.
 class AnnotationCanvasView : public QWidget
 {
+    Q_OBJECT
+
 public:
     explicit AnnotationCanvasView(QWidget *parent = nullptr);
-
-    // The mark being drawn, after every accepted press or drag step.
-    std::function<void(const Annotation &)> onDraftChanged;
-    // The end of a gesture (mouse release), whether or not the draft will be kept.
-    std::function<void()> onCommit;
-
-    // Called after the marks changed (a surface that paints them itself follows them).
-    std::function<void()> onAnnotationsChanged;
 
     void setAnnotations(std::vector<Annotation> annotations);
     const std::vector<Annotation> &annotations() const { return m_annotations; }
@@ -65,6 +59,14 @@ public:
 
     static constexpr double newMarkLineWidth = 0.005;
     static constexpr double freehandThinning = 0.002;
+
+Q_SIGNALS:
+    // The mark being drawn, after every accepted press or drag step.
+    void draftChanged(const lookpane::Annotation &draft);
+    // The end of a gesture (mouse release), whether or not the draft will be kept.
+    void committed();
+    // After the marks changed (a surface that paints them itself follows them).
+    void annotationsChanged();
 
 protected:
     void paintEvent(QPaintEvent *event) override;

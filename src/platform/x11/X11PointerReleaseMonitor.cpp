@@ -89,8 +89,8 @@ void X11PointerReleaseMonitor::readEvents()
         m_notifier->setEnabled(false);
         return;
     }
-    if (released && onLeftButtonReleased) {
-        onLeftButtonReleased();
+    if (released) {
+        Q_EMIT leftButtonReleased();
     }
 }
 

@@ -2,7 +2,6 @@
 
 #include <QObject>
 
-#include <functional>
 #include <memory>
 
 class QSocketNotifier;
@@ -17,13 +16,16 @@ class XcbConnection;
 // the root window untouched).
 class X11PointerReleaseMonitor : public QObject
 {
+    Q_OBJECT
+
 public:
     // The monitor, or none (with the reason in `failure`) when the display cannot be reached
     // or offers no XInput 2.2.
     static std::unique_ptr<X11PointerReleaseMonitor> create(QString *failure);
     ~X11PointerReleaseMonitor() override;
 
-    std::function<void()> onLeftButtonReleased;
+Q_SIGNALS:
+    void leftButtonReleased();
 
 private:
     X11PointerReleaseMonitor(std::unique_ptr<XcbConnection> connection, int inputOpcode);

@@ -1,0 +1,221 @@
+#include "app/WindowPair.h"
+
+#include "annotation/canvas/AnnotationCanvasView.h"
+#include "frame/BorderlessWindow.h"
+#include "frame/FrameGeometry.h"
+#include "frame/PreviewView.h"
+#include "frame/ScopeBorderView.h"
+#include "model/ScreenCoordinates.h"
+#include "platform/x11/X11DesktopHints.h"
+#include "platform/x11/X11WindowTraits.h"
+
+#include <QBitmap>
+#include <QGuiApplication>
+#include <QImage>
+#include <QPainter>
+#include <QRegion>
+#include <QScreen>
+#include <QVBoxLayout>
+#include <QWindow>
+
+#include <optional>
+
+namespace lookpane {
+
+namespace {
+
+QRect toQt(const QRectF &screenRect)
+{
+    return qtRectFromScreen(screenRect, primaryScreenHeight()).toRect();
+}
+
+QRectF fromQt(const QRect &qtRect)
+{
+    return screenRectFromQt(QRectF(qtRect), primaryScreenHeight());
+}
+
+void fill(QWidget *content, QWidget *window)
+{
+    auto *layout = new QVBoxLayout(window);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(content);
+}
+
+// Sets a top-level's stay-on-top flag without re-creating a shown window.
+void setStaysOnTop(QWidget *window, bool onTop)
+{
+    if (QWindow *handle = window->windowHandle()) {
+        handle->setFlag(Qt::WindowStaysOnTopHint, onTop);
+    } else {
+        window->setWindowFlag(Qt::WindowStaysOnTopHint, onTop);
+    }
+}
+
+// The pixels that `marks` cover in a window of `size`, drawn as the canvas draws them, so
+// the marks show over the desktop as they do over the picture (with hard edges).
+std::vector<QRect> markPixels(const std::vector<Annotation> &marks, const QSize &size)
+{
+    if (marks.empty()) {
+        return {};
+    }
+    QImage image(size, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    {
+        QPainter painter(&image);
+        AnnotationCanvasView::paintAnnotations(painter, marks, QSizeF(image.size()));
+    }
+    const QRegion region(QBitmap::fromImage(image.createAlphaMask(Qt::MonoOnly)));
+    return std::vector<QRect>(region.begin(), region.end());
+}
+
+} // namespace
+
+WindowPair::WindowPair(const QRectF &contentRect)
+    : m_frameWindow(std::make_unique<BorderlessWindow>()),
+      m_shareWindow(std::make_unique<BorderlessWindow>())
+{
+    m_previewView = new PreviewView(true, m_frameWindow.get());
+    m_sharePreviewView = new PreviewView(false, m_shareWindow.get());
+    fill(m_previewView, m_frameWindow.get());
+    fill(m_sharePreviewView, m_shareWindow.get());
+
+    const QSize minimum = FrameGeometry::minimumContentSize.toSize();
+    for (BorderlessWindow *window : {m_frameWindow.get(), m_shareWindow.get()}) {
+        window->setWindowTitle(QStringLiteral("Lookpane"));
+        window->setMinimumSize(minimum);
+        window->setAutoFillBackground(true);
+    }
+    // Only the box turns into a see-through outline (detached). The share window is opaque,
+    // black behind its picture: what a meeting application reads of it has no transparency
+    // to mishandle, and its backing store needs no clearing before each picture.
+    m_frameWindow->setAttribute(Qt::WA_TranslucentBackground);
+    m_frameWindow->setGeometry(toQt(contentRect));
+    m_shareWindow->setGeometry(toQt(contentRect));
+    m_frameWindow->setMovableByBackground(true);
+    QPalette sharePalette = m_shareWindow->palette();
+    sharePalette.setColor(QPalette::Window, Qt::black);
+    m_shareWindow->setPalette(sharePalette);
+
+    X11WindowTraits::setWindowRole(m_frameWindow.get(), "frame");
+    X11WindowTraits::setWindowRole(m_shareWindow.get(), "share");
+}
+
+WindowPair::~WindowPair() = default;
+
+QRectF WindowPair::contentRect() const
+{
+    return fromQt(m_frameWindow->geometry());
+}
+
+QRectF WindowPair::shareWindowRect() const
+{
+    return fromQt(m_shareWindow->geometry());
+}
+
+QScreen *WindowPair::screen() const
+{
+    QScreen *onScreen = m_frameWindow->screen();
+    return onScreen ? onScreen : QGuiApplication::primaryScreen();
+}
+
+void WindowPair::setContentRect(const QRectF &screenRect)
+{
+    m_frameWindow->setGeometry(toQt(screenRect));
+}
+
+void WindowPair::setShareWindowRect(const QRectF &screenRect)
+{
+    m_shareWindow->setGeometry(toQt(screenRect));
+}
+
+void WindowPair::moveTopLevel(QWidget *window, const QRectF &screenRect)
+{
+    window->move(toQt(screenRect).topLeft());
+}
+
+void WindowPair::putShareWindowUnderFrame()
+{
+    if (m_shareWindow->geometry() != m_frameWindow->geometry()) {
+        m_shareWindow->setGeometry(m_frameWindow->geometry());
+    }
+}
+
+void WindowPair::setStaysOnTop(bool onTop)
+{
+    lookpane::setStaysOnTop(m_frameWindow.get(), onTop);
+}
+
+void WindowPair::show()
+{
+    m_shareWindow->show();
+    m_shareWindow->raise();
+    m_frameWindow->show();
+    m_frameWindow->raise();
+    m_frameWindow->activateWindow();
+    x11::showOnAllDesktops(m_frameWindow.get());
+    x11::showOnAllDesktops(m_shareWindow.get());
+}
+
+void WindowPair::hide()
+{
+    m_frameWindow->hide();
+    m_shareWindow->hide();
+}
+
+bool WindowPair::applyInput(const InputPolicy &policy)
+{
+    // Lying under the box, the share window must never catch the clicks that pass through the
+    // box's interior; detached, it is an ordinary window.
+    if (policy.sharePassesClicks) {
+        X11WindowTraits::setInputRegion(m_shareWindow.get(), {});
+    } else {
+        X11WindowTraits::clearInputRegion(m_shareWindow.get());
+    }
+    switch (policy.frameInput) {
+    case FrameInput::wholeWindow:
+        return X11WindowTraits::clearInputRegion(m_frameWindow.get());
+    case FrameInput::edgeBands:
+        return X11WindowTraits::setInputRegion(
+            m_frameWindow.get(),
+            X11WindowTraits::edgeBands(m_frameWindow->size(), BorderlessWindow::edgeBand));
+    case FrameInput::nothing:
+        return X11WindowTraits::setInputRegion(m_frameWindow.get(), {});
+    }
+    return false;
+}
+
+void WindowPair::applyOutline(bool cut, bool withBanner, const std::vector<Annotation> &marks)
+{
+    // A compositing manager shows the outline's transparent middle as it is; without one the
+    // window would show black there, so its shape is cut down to what must stay visible.
+    if (!cut) {
+        if (m_outlineShapeApplied) {
+            X11WindowTraits::clearBoundingRegion(m_frameWindow.get());
+            m_outlineShapeApplied = false;
+        }
+        return;
+    }
+    std::vector<QRect> rects =
+        X11WindowTraits::edgeBands(m_frameWindow->size(), BorderlessWindow::edgeBand);
+    if (withBanner) {
+        const QRectF outline = ScopeBorderView::outlineRect(QRectF(m_frameWindow->rect()));
+        if (const std::optional<QRectF> banner = ScopeBorderView::bannerRect(outline)) {
+            rects.push_back(banner->toAlignedRect());
+        }
+    }
+    const std::vector<QRect> covered = markPixels(marks, m_frameWindow->size());
+    rects.insert(rects.end(), covered.begin(), covered.end());
+    m_outlineShapeApplied = X11WindowTraits::setBoundingRegion(m_frameWindow.get(), rects);
+}
+
+void WindowPair::setFrameShowsPicture(bool mirror)
+{
+    QPalette palette = m_frameWindow->palette();
+    palette.setColor(QPalette::Window, mirror ? QColor(Qt::black) : QColor(Qt::transparent));
+    m_frameWindow->setPalette(palette);
+    m_previewView->setPreviewStyle(mirror ? PreviewView::Style::mirror
+                                          : PreviewView::Style::selection);
+}
+
+} // namespace lookpane
