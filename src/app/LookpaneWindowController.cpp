@@ -48,8 +48,7 @@ LookpaneWindowController::LookpaneWindowController(Preferences &preferences,
     m_alwaysOnTop = m_preferences.boolValue(alwaysOnTopKey);
     m_clickThrough = m_preferences.boolValue(clickThroughKey);
 
-    m_windows = std::make_unique<WindowPair>(contentRect);
-    m_windows->setStaysOnTop(m_alwaysOnTop);
+    m_windows = std::make_unique<WindowPair>(contentRect, m_alwaysOnTop);
     m_drawing = std::make_unique<DrawingSession>(m_windows->frameWindow(), *m_toolShortcuts);
     connectWindows();
     connectDrawingSession();

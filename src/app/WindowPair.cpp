@@ -71,7 +71,7 @@ std::vector<QRect> markPixels(const std::vector<Annotation> &marks, const QSize 
 
 } // namespace
 
-WindowPair::WindowPair(const QRectF &contentRect)
+WindowPair::WindowPair(const QRectF &contentRect, bool staysOnTop)
     : m_frameWindow(std::make_unique<BorderlessWindow>()),
       m_shareWindow(std::make_unique<BorderlessWindow>())
 {
@@ -97,6 +97,9 @@ WindowPair::WindowPair(const QRectF &contentRect)
     sharePalette.setColor(QPalette::Window, Qt::black);
     m_shareWindow->setPalette(sharePalette);
 
+    // The level first: on a window that already has its native window, Qt applies a changed
+    // stay-on-top flag by re-creating it at the next show, and setting the role creates it.
+    setStaysOnTop(staysOnTop);
     X11WindowTraits::setWindowRole(m_frameWindow.get(), "frame");
     X11WindowTraits::setWindowRole(m_shareWindow.get(), "share");
 }
@@ -151,6 +154,9 @@ void WindowPair::show()
     m_shareWindow->show();
     m_shareWindow->raise();
     m_frameWindow->show();
+    // A stay-on-top flag changed since the last show makes Qt re-create the box's X window
+    // here, and Qt 6 does not carry the role over to the new one.
+    X11WindowTraits::setWindowRole(m_frameWindow.get(), "frame");
     m_frameWindow->raise();
     m_frameWindow->activateWindow();
     x11::showOnAllDesktops(m_frameWindow.get());

@@ -26,7 +26,8 @@ class PreviewView;
 class WindowPair
 {
 public:
-    explicit WindowPair(const QRectF &contentRect);
+    // `staysOnTop` is the box's first window level.
+    WindowPair(const QRectF &contentRect, bool staysOnTop);
     ~WindowPair();
 
     WindowPair(const WindowPair &) = delete;

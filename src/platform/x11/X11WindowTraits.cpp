@@ -6,6 +6,7 @@
 #include "platform/x11/XErrors.h"
 
 #include <QWidget>
+#include <QWindow>
 
 #include <xcb/shape.h>
 #include <xcb/xcb.h>
@@ -19,7 +20,10 @@ xcb_window_t nativeWindow(QWidget *window)
     if (!window || !window->isWindow() || !window->testAttribute(Qt::WA_WState_Created)) {
         return XCB_WINDOW_NONE;
     }
-    return static_cast<xcb_window_t>(window->winId());
+    // The QWindow's id, not QWidget::winId(): Qt re-creates a hidden window's X window at its
+    // next show when its stay-on-top flag changed, and only the QWindow learns the new id.
+    const QWindow *handle = window->windowHandle();
+    return static_cast<xcb_window_t>(handle ? handle->winId() : window->winId());
 }
 
 // Sends a request and waits for its outcome, so that an error (a window destroyed by someone
@@ -113,18 +117,13 @@ namespace lookpane::X11WindowTraits {
 
 bool setWindowRole(QWidget *window, const QByteArray &role)
 {
-    xcb_connection_t *c = x11::applicationConnection();
-    if (!c || !window || !window->isWindow()) {
+    if (!window || !window->isWindow()) {
         return false;
     }
-    const auto id = static_cast<xcb_window_t>(window->winId());
-    const xcb_atom_t atom = x11::internAtom(c, "WM_WINDOW_ROLE");
-    if (atom == XCB_ATOM_NONE) {
-        return false;
-    }
-    return checked(
-        c, xcb_change_property_checked(c, XCB_PROP_MODE_REPLACE, id, atom, XCB_ATOM_STRING, 8,
-                                       static_cast<uint32_t>(role.size()), role.constData()));
+    // Through Qt, which keeps the role and writes it onto every X window it creates for this
+    // one, also when it re-creates it.
+    window->setWindowRole(QString::fromLatin1(role));
+    return true;
 }
 
 } // namespace lookpane::X11WindowTraits

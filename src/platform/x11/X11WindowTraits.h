@@ -31,7 +31,8 @@ bool clearBoundingRegion(QWidget *window);
 std::vector<QRect> edgeBands(const QSize &size, int band);
 
 // Names the window's role (WM_WINDOW_ROLE), which tells Lookpane's windows apart for window
-// managers and session tools: "frame", "share", "toolbar". Creates the native window.
+// managers and session tools: "frame", "share", "toolbar". Qt writes it onto the X window
+// when it creates it, or at once when there is one.
 bool setWindowRole(QWidget *window, const QByteArray &role);
 
 } // namespace lookpane::X11WindowTraits

@@ -20,7 +20,8 @@ TEST(PointerReleaseMonitor, ReportsALeftButtonReleaseAnywhere)
         x11::X11PointerReleaseMonitor::create(&failure);
     ASSERT_NE(monitor, nullptr) << failure.toStdString();
     int releases = 0;
-    monitor->onLeftButtonReleased = [&releases] { ++releases; };
+    QObject::connect(monitor.get(), &x11::X11PointerReleaseMonitor::leftButtonReleased,
+                     [&releases] { ++releases; });
 
     ASSERT_TRUE(xdotool(testDisplay().displayName(), {"mousemove", "5", "5", "click", "1"}));
     EXPECT_TRUE(waitUntil([&] { return releases > 0; }));
