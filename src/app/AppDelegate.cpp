@@ -57,7 +57,7 @@ void AppDelegate::applicationDidFinishLaunching()
 
     // 6. The frame's changes drive the capture.
     connect(m_windowController.get(), &LookpaneWindowController::frameChanged, this,
-            [this](const QRectF &rect, QScreen *screen) {
+            [this](const ScreenRect &rect, QScreen *screen) {
                 m_captureEngine->updateRegion(rect, captureDisplay(screen));
             });
     connect(m_windowController.get(), &LookpaneWindowController::visibilityChanged, this,

@@ -33,7 +33,7 @@ const QString shareModeKey = QStringLiteral("ShareMode");
 } // namespace
 
 LookpaneWindowController::LookpaneWindowController(Preferences &preferences,
-                                                   const QRectF &contentRect,
+                                                   const ScreenRect &contentRect,
                                                    ScreenLayoutProvider screens, QObject *parent)
     : QObject(parent), m_preferences(preferences), m_screens(std::move(screens)),
       m_framePreferences(preferences, m_screens),
@@ -137,7 +137,7 @@ void LookpaneWindowController::connectToolbar()
     connect(toolbar, &Toolbar::hide, this, &LookpaneWindowController::hide);
     connect(toolbar, &Toolbar::dragBegan, this,
             [this] { m_toolbarDragStartFrame = contentRect(); });
-    connect(toolbar, &Toolbar::dragged, this, [this](QPointF offset) {
+    connect(toolbar, &Toolbar::dragged, this, [this](ScreenOffset offset) {
         if (m_toolbarDragStartFrame) {
             WindowPair::moveTopLevel(frameWindow(), m_toolbarDragStartFrame->translated(offset));
         }
@@ -351,7 +351,7 @@ void LookpaneWindowController::applyRatioToWindow()
 void LookpaneWindowController::applySizePreset(const FrameSizePreset &preset)
 {
     setRatio(preset.ratio);
-    std::optional<QRectF> visible = visibleFrameOfFrameScreen();
+    std::optional<ScreenRect> visible = visibleFrameOfFrameScreen();
     if (!visible) {
         const ScreenLayout layout = m_screens ? m_screens() : ScreenLayout{};
         if (layout.mainIndex && *layout.mainIndex < layout.screens.size()) {
@@ -361,19 +361,19 @@ void LookpaneWindowController::applySizePreset(const FrameSizePreset &preset)
     setContentSize(FrameGeometry::presetSize(preset, visible), contentRect());
 }
 
-void LookpaneWindowController::snapTo(const QRectF &targetFrame)
+void LookpaneWindowController::snapTo(const ScreenRect &targetFrame)
 {
-    const QRectF box =
+    const ScreenRect box =
         FrameGeometry::snapped(targetFrame, m_ratio, QSizeF(frameWindow()->minimumSize()));
     const ScreenLayout layout = m_screens ? m_screens() : ScreenLayout{};
     m_windows->setContentRect(FrameGeometry::constrained(box, layoutScreenOfFrame(), layout));
     followFrameChange();
 }
 
-void LookpaneWindowController::setContentSize(const QSizeF &size, const QRectF &reference)
+void LookpaneWindowController::setContentSize(const QSizeF &size, const ScreenRect &reference)
 {
     const ScreenLayout layout = m_screens ? m_screens() : ScreenLayout{};
-    const QRectF centred = FrameGeometry::centred(size, reference);
+    const ScreenRect centred = FrameGeometry::centred(size, reference);
     m_windows->setContentRect(FrameGeometry::constrained(centred, layoutScreenOfFrame(), layout));
     followFrameChange();
 }
@@ -419,7 +419,7 @@ void LookpaneWindowController::syncDetachedAspectRatio()
 
 void LookpaneWindowController::positionDetachedShareWindow()
 {
-    if (const std::optional<QRectF> saved = m_framePreferences.restoredDetachedFrame()) {
+    if (const std::optional<ScreenRect> saved = m_framePreferences.restoredDetachedFrame()) {
         m_windows->setShareWindowRect(*saved);
         return;
     }
@@ -434,9 +434,9 @@ void LookpaneWindowController::positionToolbar()
         return;
     }
     const QSizeF size(toolbarWindow->size());
-    const QPointF origin =
+    const ScreenPoint origin =
         FrameToolbarWindowController::origin(size, contentRect(), visibleFrameOfFrameScreen());
-    WindowPair::moveTopLevel(toolbarWindow, QRectF(origin, size));
+    WindowPair::moveTopLevel(toolbarWindow, ScreenRect(origin, size));
 }
 
 void LookpaneWindowController::notifyFrameChanged()
@@ -448,12 +448,12 @@ void LookpaneWindowController::notifyFrameChanged()
     Q_EMIT frameChanged(contentRect(), frameScreen);
 }
 
-QRectF LookpaneWindowController::contentRect() const
+ScreenRect LookpaneWindowController::contentRect() const
 {
     return m_windows->contentRect();
 }
 
-QRectF LookpaneWindowController::shareWindowRect() const
+ScreenRect LookpaneWindowController::shareWindowRect() const
 {
     return m_windows->shareWindowRect();
 }
@@ -466,7 +466,7 @@ QScreen *LookpaneWindowController::screen() const
 std::optional<ScreenLayout::Screen> LookpaneWindowController::layoutScreenOfFrame() const
 {
     const ScreenLayout layout = m_screens ? m_screens() : ScreenLayout{};
-    const QPointF centre = contentRect().center();
+    const ScreenPoint centre = contentRect().center();
     for (const ScreenLayout::Screen &candidate : layout.screens) {
         if (candidate.frame.contains(centre)) {
             return candidate;
@@ -475,7 +475,7 @@ std::optional<ScreenLayout::Screen> LookpaneWindowController::layoutScreenOfFram
     return std::nullopt;
 }
 
-std::optional<QRectF> LookpaneWindowController::visibleFrameOfFrameScreen() const
+std::optional<ScreenRect> LookpaneWindowController::visibleFrameOfFrameScreen() const
 {
     if (const std::optional<ScreenLayout::Screen> onScreen = layoutScreenOfFrame()) {
         return onScreen->visibleFrame;

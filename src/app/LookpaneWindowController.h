@@ -49,7 +49,7 @@ class LookpaneWindowController : public QObject
 public:
     // `contentRect` is the frame's first rectangle. `screens` answers the screen layout of the
     // moment (tests inject one).
-    LookpaneWindowController(Preferences &preferences, const QRectF &contentRect,
+    LookpaneWindowController(Preferences &preferences, const ScreenRect &contentRect,
                              ScreenLayoutProvider screens = currentScreenLayout,
                              QObject *parent = nullptr);
     ~LookpaneWindowController() override;
@@ -64,7 +64,7 @@ public:
     void setRatio(FrameRatio ratio);
     void applySizePreset(const FrameSizePreset &preset);
     // "Fit to Window": lays the box over a window whose frame (screen coordinates) is given.
-    void snapTo(const QRectF &targetFrame);
+    void snapTo(const ScreenRect &targetFrame);
     void setPrivacyBlur(bool active);
     void setAlwaysOnTop(bool onTop);
     void setDrawingMode(bool drawing);
@@ -107,8 +107,8 @@ public:
 
     AnnotationStore &annotations() { return m_annotations; }
     // The frame's content rectangle and the share window's rectangle, in screen coordinates.
-    QRectF contentRect() const;
-    QRectF shareWindowRect() const;
+    ScreenRect contentRect() const;
+    ScreenRect shareWindowRect() const;
     QScreen *screen() const;
 
     BorderlessWindow *frameWindow() const;
@@ -119,7 +119,7 @@ public:
 
 Q_SIGNALS:
     // The frame's content rectangle and its screen, after every geometry change.
-    void frameChanged(const QRectF &rect, QScreen *screen);
+    void frameChanged(const lookpane::ScreenRect &rect, QScreen *screen);
     void clickThroughChanged(bool clickThrough);
     void visibilityChanged(bool visible);
     void modeChanged(lookpane::ShareMode mode);
@@ -133,7 +133,7 @@ private:
     void applyMode();
     void applyRatioToWindow();
     void applyWindowLevels();
-    void setContentSize(const QSizeF &size, const QRectF &reference);
+    void setContentSize(const QSizeF &size, const ScreenRect &reference);
     void followFrameChange();
     void syncShareWindowFrame();
     void syncDetachedAspectRatio();
@@ -152,7 +152,7 @@ private:
     void chooseTool(AnnotationTool tool);
     void saveDetachedFrame();
     std::optional<ScreenLayout::Screen> layoutScreenOfFrame() const;
-    std::optional<QRectF> visibleFrameOfFrameScreen() const;
+    std::optional<ScreenRect> visibleFrameOfFrameScreen() const;
     void handleLeftMouseUp();
     void handleSystemWideLeftMouseUp();
 
@@ -175,7 +175,7 @@ private:
     bool m_frameIgnoresMouse = false;
     // The newest picture, for the frame's own view when it starts showing pictures again.
     CapturedFrame m_latestFrame;
-    std::optional<QRectF> m_toolbarDragStartFrame;
+    std::optional<ScreenRect> m_toolbarDragStartFrame;
 
     std::unique_ptr<FrameToolbarWindowController> m_toolbar;
     std::unique_ptr<WindowPair> m_windows;

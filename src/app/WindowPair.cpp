@@ -24,12 +24,12 @@ namespace lookpane {
 
 namespace {
 
-QRect toQt(const QRectF &screenRect)
+QRect toQt(const ScreenRect &screenRect)
 {
     return qtRectFromScreen(screenRect, primaryScreenHeight()).toRect();
 }
 
-QRectF fromQt(const QRect &qtRect)
+ScreenRect fromQt(const QRect &qtRect)
 {
     return screenRectFromQt(QRectF(qtRect), primaryScreenHeight());
 }
@@ -71,7 +71,7 @@ std::vector<QRect> markPixels(const std::vector<Annotation> &marks, const QSize 
 
 } // namespace
 
-WindowPair::WindowPair(const QRectF &contentRect, bool staysOnTop)
+WindowPair::WindowPair(const ScreenRect &contentRect, bool staysOnTop)
     : m_frameWindow(std::make_unique<BorderlessWindow>()),
       m_shareWindow(std::make_unique<BorderlessWindow>())
 {
@@ -106,12 +106,12 @@ WindowPair::WindowPair(const QRectF &contentRect, bool staysOnTop)
 
 WindowPair::~WindowPair() = default;
 
-QRectF WindowPair::contentRect() const
+ScreenRect WindowPair::contentRect() const
 {
     return fromQt(m_frameWindow->geometry());
 }
 
-QRectF WindowPair::shareWindowRect() const
+ScreenRect WindowPair::shareWindowRect() const
 {
     return fromQt(m_shareWindow->geometry());
 }
@@ -122,17 +122,17 @@ QScreen *WindowPair::screen() const
     return onScreen ? onScreen : QGuiApplication::primaryScreen();
 }
 
-void WindowPair::setContentRect(const QRectF &screenRect)
+void WindowPair::setContentRect(const ScreenRect &screenRect)
 {
     m_frameWindow->setGeometry(toQt(screenRect));
 }
 
-void WindowPair::setShareWindowRect(const QRectF &screenRect)
+void WindowPair::setShareWindowRect(const ScreenRect &screenRect)
 {
     m_shareWindow->setGeometry(toQt(screenRect));
 }
 
-void WindowPair::moveTopLevel(QWidget *window, const QRectF &screenRect)
+void WindowPair::moveTopLevel(QWidget *window, const ScreenRect &screenRect)
 {
     window->move(toQt(screenRect).topLeft());
 }

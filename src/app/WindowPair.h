@@ -2,6 +2,7 @@
 
 #include "annotation/Annotation.h"
 #include "app/InputPolicy.h"
+#include "model/ScreenRect.h"
 
 #include <QPointF>
 #include <QRect>
@@ -27,7 +28,7 @@ class WindowPair
 {
 public:
     // `staysOnTop` is the box's first window level.
-    WindowPair(const QRectF &contentRect, bool staysOnTop);
+    WindowPair(const ScreenRect &contentRect, bool staysOnTop);
     ~WindowPair();
 
     WindowPair(const WindowPair &) = delete;
@@ -39,15 +40,15 @@ public:
     PreviewView *sharePreviewView() const { return m_sharePreviewView; }
 
     // The box's content rectangle and the share window's rectangle, screen coordinates.
-    QRectF contentRect() const;
-    QRectF shareWindowRect() const;
+    ScreenRect contentRect() const;
+    ScreenRect shareWindowRect() const;
     // The box's screen, else the primary screen.
     QScreen *screen() const;
 
-    void setContentRect(const QRectF &screenRect);
-    void setShareWindowRect(const QRectF &screenRect);
+    void setContentRect(const ScreenRect &screenRect);
+    void setShareWindowRect(const ScreenRect &screenRect);
     // Puts any top-level window's top-left corner where `screenRect`'s is.
-    static void moveTopLevel(QWidget *window, const QRectF &screenRect);
+    static void moveTopLevel(QWidget *window, const ScreenRect &screenRect);
     // Lays the share window exactly under the box (overlay mode).
     void putShareWindowUnderFrame();
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QRectF>
+#include "model/ScreenRect.h"
 
 #include <cstdint>
 #include <optional>
@@ -14,7 +14,7 @@ struct CaptureDisplay
     std::uint32_t id = 0;
     // The screen's rectangle in global coordinates: points, origin at the bottom-left of the
     // primary screen, y up.
-    QRectF frame;
+    ScreenRect frame;
     // Pixels per point.
     double backingScaleFactor = 1.0;
 
@@ -25,7 +25,7 @@ struct CaptureDisplay
 struct PendingRegionUpdate
 {
     // The rectangle to capture, in the same coordinates as CaptureDisplay::frame.
-    QRectF frame;
+    ScreenRect frame;
     // The display that the rectangle is on.
     CaptureDisplay display;
 };
@@ -37,7 +37,7 @@ struct MirroredWindow
     // The window system's number of the window (the X window id). It must fit in 32 bits.
     std::int64_t windowNumber = 0;
     // The window's content area in global coordinates (points, origin bottom-left, y up).
-    QRectF contentRect;
+    ScreenRect contentRect;
     // The screen that the window is on, else the main screen; none when there is no screen.
     std::optional<CaptureDisplay> screen;
 };

@@ -9,7 +9,6 @@
 #include "picture/CapturedFrame.h"
 
 #include <QObject>
-#include <QRectF>
 
 #include <chrono>
 #include <cstdint>
@@ -63,7 +62,7 @@ public:
     void stop();
     // Moves the captured rectangle of the running stream to `frame` on `screen`. Requests are
     // coalesced: the newest is applied every 50 ms. Dropped without a stream or a screen.
-    void updateRegion(const QRectF &frame, const std::optional<CaptureDisplay> &screen);
+    void updateRegion(const ScreenRect &frame, const std::optional<CaptureDisplay> &screen);
     // The visible windows of other applications, sorted; an empty list on any failure.
     // `done` runs later on the main thread, unless the engine is gone by then.
     void shareableWindows(std::function<void(std::vector<ShareableWindow>)> done);
@@ -80,7 +79,7 @@ private:
     {
         std::int64_t generation = 0;
         std::uint32_t windowID = 0;
-        QRectF frame;
+        ScreenRect frame;
         std::optional<CaptureDisplay> display;
     };
     struct CaptureTargetResult
@@ -112,9 +111,9 @@ private:
 
     void processRegionUpdates(std::int64_t generation, std::shared_ptr<RegionUpdateTask> task);
     void endRegionUpdates(std::int64_t generation);
-    void applyRegion(const QRectF &frame, const CaptureDisplay &display,
+    void applyRegion(const ScreenRect &frame, const CaptureDisplay &display,
                      std::function<void()> done);
-    void applyRegionTarget(const QRectF &frame, const CaptureDisplay &display,
+    void applyRegionTarget(const ScreenRect &frame, const CaptureDisplay &display,
                            const std::shared_ptr<CaptureStream> &stream,
                            const CaptureTargetResult &result, std::function<void()> done);
     void failRegionUpdate(const QString &description);

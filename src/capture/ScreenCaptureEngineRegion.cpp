@@ -14,7 +14,7 @@
 
 namespace lookpane {
 
-void ScreenCaptureEngine::updateRegion(const QRectF &frame,
+void ScreenCaptureEngine::updateRegion(const ScreenRect &frame,
                                        const std::optional<CaptureDisplay> &screen)
 {
     // While a start is in progress there is no stream yet: the start captures the window's
@@ -60,7 +60,7 @@ void ScreenCaptureEngine::endRegionUpdates(std::int64_t generation)
     }
 }
 
-void ScreenCaptureEngine::applyRegion(const QRectF &frame, const CaptureDisplay &display,
+void ScreenCaptureEngine::applyRegion(const ScreenRect &frame, const CaptureDisplay &display,
                                       std::function<void()> done)
 {
     if (!m_stream) {
@@ -88,7 +88,7 @@ void ScreenCaptureEngine::applyRegion(const QRectF &frame, const CaptureDisplay 
         });
 }
 
-void ScreenCaptureEngine::applyRegionTarget(const QRectF &frame, const CaptureDisplay &display,
+void ScreenCaptureEngine::applyRegionTarget(const ScreenRect &frame, const CaptureDisplay &display,
                                             const std::shared_ptr<CaptureStream> &stream,
                                             const CaptureTargetResult &result,
                                             std::function<void()> done)
@@ -181,9 +181,7 @@ void ScreenCaptureEngine::shareableWindows(std::function<void(std::vector<Sharea
             // Window frames count down from the primary screen's top edge.
             const ScreenLayout layout = m_screenLayout ? m_screenLayout() : ScreenLayout{};
             const double topEdge =
-                layout.screens.empty()
-                    ? 0.0
-                    : layout.screens.front().frame.y() + layout.screens.front().frame.height();
+                layout.screens.empty() ? 0.0 : layout.screens.front().frame.maxY();
             done(makeShareableWindows(result.content->windows, QCoreApplication::applicationPid(),
                                       topEdge));
         }));

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "capture/CaptureBackend.h"
+#include "model/ScreenRect.h"
 
-#include <QRectF>
 #include <QSet>
 #include <QString>
 
@@ -20,7 +20,7 @@ struct ShareableWindow
     QString applicationName;
     // The window's frame in global coordinates: points, origin at the bottom-left of the
     // primary screen, y up.
-    QRectF frame;
+    ScreenRect frame;
 
     // Applications of the desktop shell (panels, docks, desktops, notification daemons) whose
     // windows are never offered, by their identifier (the class part of WM_CLASS). Compared

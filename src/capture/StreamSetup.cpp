@@ -1,6 +1,7 @@
 #include "capture/StreamSetup.h"
 
 #include "capture/FatalError.h"
+#include "model/ScreenCoordinates.h"
 
 #include <algorithm>
 #include <cmath>
@@ -48,18 +49,14 @@ std::optional<ContentFilter> makeFilter(const ShareableContent &content,
     return std::nullopt;
 }
 
-StreamConfiguration makeConfiguration(const QRectF &frame, const CaptureDisplay &display)
+StreamConfiguration makeConfiguration(const ScreenRect &frame, const CaptureDisplay &display)
 {
     StreamConfiguration configuration;
     const double scale = std::max(1.0, display.backingScaleFactor);
     configuration.width = pixelCount(frame.width(), scale, "width");
     configuration.height = pixelCount(frame.height(), scale, "height");
-    // From global bottom-left coordinates to the display's own top-left ones: across from the
-    // display's left edge, down from its top edge to the rectangle's top.
-    const double displayMaxY = display.frame.y() + display.frame.height();
-    const double frameMaxY = frame.y() + frame.height();
-    configuration.sourceRect = QRectF(frame.x() - display.frame.x(), displayMaxY - frameMaxY,
-                                      frame.width(), frame.height());
+    // The display's own coordinates start at its top-left corner.
+    configuration.sourceRect = qtRectWithin(frame, display.frame);
     configuration.maximumFramesPerSecond = 60;
     configuration.queueDepth = 2;
     configuration.showsCursor = false;

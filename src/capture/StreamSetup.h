@@ -3,8 +3,6 @@
 #include "capture/CaptureBackend.h"
 #include "capture/CaptureDisplay.h"
 
-#include <QRectF>
-
 #include <cstdint>
 #include <optional>
 
@@ -31,7 +29,7 @@ std::optional<ContentFilter> makeFilter(const ShareableContent &content,
 // least 2 x 2), the source rectangle relative to the display's top-left corner, at most 60
 // frames a second, a queue of 2, no cursor, opaque. A pixel size that is not finite or does
 // not fit in 64 bits stops the program.
-StreamConfiguration makeConfiguration(const QRectF &frame, const CaptureDisplay &display);
+StreamConfiguration makeConfiguration(const ScreenRect &frame, const CaptureDisplay &display);
 
 // Whether a sample carries a complete frame: only the status `complete` counts; idle, blank,
 // suspended or missing statuses do not.

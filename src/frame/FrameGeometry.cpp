@@ -4,29 +4,8 @@
 
 namespace lookpane::FrameGeometry {
 
-namespace {
-// In screen coordinates a QRectF's y is its lowest edge (y grows upwards), so its "bottom" is
-// the top edge: these helpers name the edges for what they are.
-double minX(const QRectF &r)
-{
-    return r.x();
-}
-double maxX(const QRectF &r)
-{
-    return r.x() + r.width();
-}
-double minY(const QRectF &r)
-{
-    return r.y();
-}
-double maxY(const QRectF &r)
-{
-    return r.y() + r.height();
-}
-} // namespace
-
-QRectF constrained(const QRectF &rect, const std::optional<ScreenLayout::Screen> &screen,
-                   const ScreenLayout &layout)
+ScreenRect constrained(const ScreenRect &rect, const std::optional<ScreenLayout::Screen> &screen,
+                       const ScreenLayout &layout)
 {
     std::optional<ScreenLayout::Screen> chosen = screen;
     if (!chosen) {
@@ -43,20 +22,21 @@ QRectF constrained(const QRectF &rect, const std::optional<ScreenLayout::Screen>
     if (!chosen) {
         return rect;
     }
-    const QRectF &visible = chosen->visibleFrame;
+    const ScreenRect &visible = chosen->visibleFrame;
     if (rect.width() > visible.width() || rect.height() > visible.height()) {
         return rect;
     }
-    const double x = std::min(std::max(minX(visible), rect.x()), maxX(visible) - rect.width());
-    const double y = std::min(std::max(minY(visible), rect.y()), maxY(visible) - rect.height());
-    return QRectF(x, y, rect.width(), rect.height());
+    const double x = std::min(std::max(visible.minX(), rect.minX()), visible.maxX() - rect.width());
+    const double y =
+        std::min(std::max(visible.minY(), rect.minY()), visible.maxY() - rect.height());
+    return ScreenRect(x, y, rect.width(), rect.height());
 }
 
-QRectF centred(const QSizeF &size, const QRectF &reference)
+ScreenRect centred(const QSizeF &size, const ScreenRect &reference)
 {
-    const QPointF centre = reference.center();
-    return QRectF(centre.x() - size.width() * 0.5, centre.y() - size.height() * 0.5, size.width(),
-                  size.height());
+    const ScreenPoint centre = reference.center();
+    return ScreenRect(centre.x() - size.width() * 0.5, centre.y() - size.height() * 0.5,
+                      size.width(), size.height());
 }
 
 std::optional<QSizeF> sizeLockedTo(FrameRatio ratio, const QSizeF &current)
@@ -68,7 +48,7 @@ std::optional<QSizeF> sizeLockedTo(FrameRatio ratio, const QSizeF &current)
     return QSizeF(current.width(), current.width() / *r);
 }
 
-QSizeF presetSize(const FrameSizePreset &preset, const std::optional<QRectF> &visibleFrame)
+QSizeF presetSize(const FrameSizePreset &preset, const std::optional<ScreenRect> &visibleFrame)
 {
     if (!visibleFrame) {
         return QSizeF(preset.width, preset.height);
@@ -78,10 +58,10 @@ QSizeF presetSize(const FrameSizePreset &preset, const std::optional<QRectF> &vi
     return QSizeF(preset.width * scale, preset.height * scale);
 }
 
-QRectF snapped(const QRectF &target, FrameRatio ratio, const QSizeF &minimumSize)
+ScreenRect snapped(const ScreenRect &target, FrameRatio ratio, const QSizeF &minimumSize)
 {
-    double x = target.x();
-    double y = target.y();
+    double x = target.minX();
+    double y = target.minY();
     double width = target.width();
     double height = target.height();
     if (const std::optional<double> r = ratioValue(ratio)) {
@@ -97,17 +77,17 @@ QRectF snapped(const QRectF &target, FrameRatio ratio, const QSizeF &minimumSize
     }
     width = std::max(width, minimumSize.width());
     height = std::max(height, minimumSize.height());
-    return QRectF(x, y, width, height);
+    return ScreenRect(x, y, width, height);
 }
 
-QRectF detachedShareFrame(const QRectF &content, const std::optional<QRectF> &visibleFrame,
-                          double minimumWidth)
+ScreenRect detachedShareFrame(const ScreenRect &content,
+                              const std::optional<ScreenRect> &visibleFrame, double minimumWidth)
 {
-    const QRectF visible = visibleFrame.value_or(content);
+    const ScreenRect visible = visibleFrame.value_or(content);
     double width = std::min(visible.width() * 0.4, content.width());
     width = std::max(width, minimumWidth);
     const double height = content.height() * width / std::max(content.width(), 1.0);
-    return QRectF(maxX(visible) - width - 40, minY(visible) + 40, width, height);
+    return ScreenRect(visible.maxX() - width - 40, visible.minY() + 40, width, height);
 }
 
 std::optional<QSizeF> detachedShareSize(const QSizeF &boxSize, double shareWidth)

@@ -4,7 +4,6 @@
 #include "model/FrameRatio.h"
 #include "model/ScreenLayout.h"
 
-#include <QRectF>
 #include <QSizeF>
 
 #include <optional>
@@ -21,30 +20,30 @@ inline constexpr QSizeF minimumContentSize{320, 180};
 // rectangle, else the main screen; with none, the rectangle is returned as it is. A rectangle
 // larger than the screen's visible frame in either direction is returned unchanged; otherwise
 // its origin is clamped into the visible frame.
-QRectF constrained(const QRectF &rect, const std::optional<ScreenLayout::Screen> &screen,
-                   const ScreenLayout &layout);
+ScreenRect constrained(const ScreenRect &rect, const std::optional<ScreenLayout::Screen> &screen,
+                       const ScreenLayout &layout);
 
 // The rectangle of `size` centred on `reference`'s centre.
-QRectF centred(const QSizeF &size, const QRectF &reference);
+ScreenRect centred(const QSizeF &size, const ScreenRect &reference);
 
 // The size a locked ratio gives a box: its width kept, the height derived. None for `free`.
 std::optional<QSizeF> sizeLockedTo(FrameRatio ratio, const QSizeF &current);
 
 // The preset's size scaled down uniformly to fit the visible frame (never scaled up); as it
 // stands without a screen.
-QSizeF presetSize(const FrameSizePreset &preset, const std::optional<QRectF> &visibleFrame);
+QSizeF presetSize(const FrameSizePreset &preset, const std::optional<ScreenRect> &visibleFrame);
 
 // "Fit to Window": the box around a target window's frame. A locked ratio grows the box to the
 // ratio around the target's centre (never crops); then each side is raised to the minimum size
 // without re-centring. The caller still constrains the result to a screen.
-QRectF snapped(const QRectF &target, FrameRatio ratio, const QSizeF &minimumSize);
+ScreenRect snapped(const ScreenRect &target, FrameRatio ratio, const QSizeF &minimumSize);
 
 // Where the detached share window goes when no saved place exists: 40 % of the visible width
 // (at most the box's width, at least `minimumWidth`), the box's shape, at the bottom-right of
 // the visible frame inset by 40 points. Without a visible frame the box's own rectangle stands
 // in for it.
-QRectF detachedShareFrame(const QRectF &content, const std::optional<QRectF> &visibleFrame,
-                          double minimumWidth);
+ScreenRect detachedShareFrame(const ScreenRect &content,
+                              const std::optional<ScreenRect> &visibleFrame, double minimumWidth);
 
 // The detached share window's content size for a box of `boxSize`, keeping the share window's
 // width; none when the box is smaller than 1 × 1.

@@ -19,23 +19,23 @@ FramePreferences::FramePreferences(Preferences &preferences, ScreenLayoutProvide
     : m_preferences(preferences), m_screens(std::move(screens))
 {}
 
-void FramePreferences::saveFrame(const QRectF &rect)
+void FramePreferences::saveFrame(const ScreenRect &rect)
 {
     m_preferences.setValue(frameKey, rectToText(rect));
 }
 
-void FramePreferences::saveDetachedFrame(const QRectF &rect)
+void FramePreferences::saveDetachedFrame(const ScreenRect &rect)
 {
     m_preferences.setValue(detachedFrameKey, rectToText(rect));
 }
 
-std::optional<QRectF> FramePreferences::storedUsableFrame(const QString &key) const
+std::optional<ScreenRect> FramePreferences::storedUsableFrame(const QString &key) const
 {
     const std::optional<QString> text = m_preferences.stringValue(key);
     if (!text) {
         return std::nullopt;
     }
-    const QRectF rect = rectFromText(*text);
+    const ScreenRect rect = rectFromText(*text);
     if (rect.width() < 2 || rect.height() < 2) {
         return std::nullopt;
     }
@@ -45,12 +45,12 @@ std::optional<QRectF> FramePreferences::storedUsableFrame(const QString &key) co
     return rect;
 }
 
-QRectF FramePreferences::restoredFrame() const
+ScreenRect FramePreferences::restoredFrame() const
 {
     return storedUsableFrame(frameKey).value_or(centredDefaultFrame());
 }
 
-std::optional<QRectF> FramePreferences::restoredDetachedFrame() const
+std::optional<ScreenRect> FramePreferences::restoredDetachedFrame() const
 {
     return storedUsableFrame(detachedFrameKey);
 }
@@ -78,11 +78,11 @@ ShareMode FramePreferences::mode() const
     return text && *text == QLatin1String("detached") ? ShareMode::detached : ShareMode::overlay;
 }
 
-bool FramePreferences::isReachable(const QRectF &rect) const
+bool FramePreferences::isReachable(const ScreenRect &rect) const
 {
     const ScreenLayout layout = m_screens ? m_screens() : ScreenLayout{};
     for (const ScreenLayout::Screen &screen : layout.screens) {
-        const QRectF overlap = screen.visibleFrame.intersected(rect);
+        const ScreenRect overlap = screen.visibleFrame.intersected(rect);
         if (!overlap.isEmpty() && overlap.width() * overlap.height() >= 10000.0) {
             return true;
         }
@@ -90,17 +90,17 @@ bool FramePreferences::isReachable(const QRectF &rect) const
     return false;
 }
 
-QRectF FramePreferences::centredDefaultFrame() const
+ScreenRect FramePreferences::centredDefaultFrame() const
 {
     const ScreenLayout layout = m_screens ? m_screens() : ScreenLayout{};
-    QRectF visible(0, 0, 800, 450);
+    ScreenRect visible(0, 0, 800, 450);
     if (layout.mainIndex && *layout.mainIndex < layout.screens.size()) {
         visible = layout.screens[*layout.mainIndex].visibleFrame;
     } else if (!layout.screens.empty()) {
         visible = layout.screens.front().visibleFrame;
     }
-    const QPointF centre = visible.center();
-    return QRectF(centre.x() - 400, centre.y() - 225, 800, 450);
+    const ScreenPoint centre = visible.center();
+    return ScreenRect(centre.x() - 400, centre.y() - 225, 800, 450);
 }
 
 } // namespace lookpane

@@ -5,8 +5,6 @@
 #include "model/ScreenLayout.h"
 #include "model/ShareMode.h"
 
-#include <QRectF>
-
 #include <optional>
 
 namespace lookpane {
@@ -21,13 +19,13 @@ public:
     // `screens` answers with the screens of the moment; tests describe any layout with it.
     FramePreferences(Preferences &preferences, ScreenLayoutProvider screens);
 
-    void saveFrame(const QRectF &rect);
-    void saveDetachedFrame(const QRectF &rect);
+    void saveFrame(const ScreenRect &rect);
+    void saveDetachedFrame(const ScreenRect &rect);
 
     // The stored frame when it is at least 2 × 2 and reachable; else the centred default.
-    QRectF restoredFrame() const;
+    ScreenRect restoredFrame() const;
     // The same tests, but nothing instead of a default.
-    std::optional<QRectF> restoredDetachedFrame() const;
+    std::optional<ScreenRect> restoredDetachedFrame() const;
 
     FrameRatio ratio() const;
     void setRatio(FrameRatio ratio);
@@ -35,13 +33,13 @@ public:
     ShareMode mode() const;
 
     // Whether some screen's visible frame overlaps `rect` by at least 10000 square points.
-    bool isReachable(const QRectF &rect) const;
+    bool isReachable(const ScreenRect &rect) const;
     // 800 × 450 centred on the main screen's visible frame (or the first screen's);
     // (0, 0, 800, 450) with no screen at all.
-    QRectF centredDefaultFrame() const;
+    ScreenRect centredDefaultFrame() const;
 
 private:
-    std::optional<QRectF> storedUsableFrame(const QString &key) const;
+    std::optional<ScreenRect> storedUsableFrame(const QString &key) const;
 
     Preferences &m_preferences;
     ScreenLayoutProvider m_screens;

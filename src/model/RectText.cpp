@@ -22,14 +22,14 @@ QString shortestNumberText(double value)
     return QString::fromLatin1(buffer.data(), end - buffer.data());
 }
 
-QString rectToText(const QRectF &rect)
+QString rectToText(const ScreenRect &rect)
 {
     return QStringLiteral("{{%1, %2}, {%3, %4}}")
-        .arg(shortestNumberText(rect.x()), shortestNumberText(rect.y()),
+        .arg(shortestNumberText(rect.minX()), shortestNumberText(rect.minY()),
              shortestNumberText(rect.width()), shortestNumberText(rect.height()));
 }
 
-QRectF rectFromText(const QString &text)
+ScreenRect rectFromText(const QString &text)
 {
     static const QRegularExpression number(
         QStringLiteral(R"([-+]?(?:\d+\.?\d*|\.\d+)(?:[eE][-+]?\d+)?)"));
@@ -39,19 +39,19 @@ QRectF rectFromText(const QString &text)
     while (matches.hasNext()) {
         const QRegularExpressionMatch match = matches.next();
         if (count == values.size()) {
-            return {};
+            return ScreenRect();
         }
         bool ok = false;
         const double value = match.capturedView().toDouble(&ok);
         if (!ok || !std::isfinite(value)) {
-            return {};
+            return ScreenRect();
         }
         values[count++] = value;
     }
     if (count != values.size()) {
-        return {};
+        return ScreenRect();
     }
-    return QRectF(values[0], values[1], values[2], values[3]);
+    return ScreenRect(values[0], values[1], values[2], values[3]);
 }
 
 } // namespace lookpane

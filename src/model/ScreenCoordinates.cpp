@@ -5,26 +5,40 @@
 
 namespace lookpane {
 
-QRectF screenRectFromQt(const QRectF &qtRect, qreal primaryHeight)
+// y_up = primaryHeight - (y_down + height), and back the same way: the flip is its own inverse.
+
+ScreenRect screenRectFromQt(const QRectF &qtRect, qreal primaryHeight)
 {
-    return QRectF(qtRect.x(), primaryHeight - (qtRect.y() + qtRect.height()), qtRect.width(),
-                  qtRect.height());
+    return ScreenRect(qtRect.x(), primaryHeight - (qtRect.y() + qtRect.height()), qtRect.width(),
+                      qtRect.height());
 }
 
-QRectF qtRectFromScreen(const QRectF &screenRect, qreal primaryHeight)
+QRectF qtRectFromScreen(const ScreenRect &screenRect, qreal primaryHeight)
 {
-    // The flip is its own inverse.
-    return screenRectFromQt(screenRect, primaryHeight);
+    return QRectF(screenRect.minX(), primaryHeight - screenRect.maxY(), screenRect.width(),
+                  screenRect.height());
 }
 
-QPointF screenPointFromQt(const QPointF &qtPoint, qreal primaryHeight)
+ScreenPoint screenPointFromQt(const QPointF &qtPoint, qreal primaryHeight)
 {
-    return QPointF(qtPoint.x(), primaryHeight - qtPoint.y());
+    return ScreenPoint(qtPoint.x(), primaryHeight - qtPoint.y());
 }
 
-QPointF qtPointFromScreen(const QPointF &screenPoint, qreal primaryHeight)
+QPointF qtPointFromScreen(const ScreenPoint &screenPoint, qreal primaryHeight)
 {
     return QPointF(screenPoint.x(), primaryHeight - screenPoint.y());
+}
+
+ScreenOffset screenOffsetFromQt(const QPointF &qtOffset)
+{
+    return ScreenOffset(qtOffset.x(), -qtOffset.y());
+}
+
+QRectF qtRectWithin(const ScreenRect &rect, const ScreenRect &container)
+{
+    // Across from the container's left edge, down from its top edge to the rectangle's top.
+    return QRectF(rect.minX() - container.minX(), container.maxY() - rect.maxY(), rect.width(),
+                  rect.height());
 }
 
 qreal primaryScreenHeight()

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QRectF>
+#include "model/ScreenRect.h"
 
 #include <functional>
 #include <optional>
@@ -14,9 +14,9 @@ struct ScreenLayout
 {
     struct Screen
     {
-        QRectF frame;
+        ScreenRect frame;
         // The frame less panels and docks (Qt's available geometry).
-        QRectF visibleFrame;
+        ScreenRect visibleFrame;
     };
     // In the system's screen order; the primary screen first.
     std::vector<Screen> screens;

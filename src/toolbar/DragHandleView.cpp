@@ -1,5 +1,7 @@
 #include "toolbar/DragHandleView.h"
 
+#include "model/ScreenCoordinates.h"
+
 #include <QMouseEvent>
 
 namespace lookpane {
@@ -27,10 +29,7 @@ void DragHandleView::mouseMoveEvent(QMouseEvent *event)
         return;
     }
     event->accept();
-    const QPointF step = event->globalPosition() - *m_dragOrigin;
-    // Qt's y grows downwards; the frame's geometry grows upwards.
-    const QPointF offset(step.x(), -step.y());
-    Q_EMIT dragged(offset);
+    Q_EMIT dragged(screenOffsetFromQt(event->globalPosition() - *m_dragOrigin));
 }
 
 void DragHandleView::mouseReleaseEvent(QMouseEvent *event)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/ScreenRect.h"
+
 #include <QPointF>
 #include <QWidget>
 
@@ -24,7 +26,7 @@ public:
 Q_SIGNALS:
     void dragBegan();
     // The total offset since the press, in points, x to the right and y upwards.
-    void dragged(QPointF offset);
+    void dragged(lookpane::ScreenOffset offset);
 
 protected:
     void mousePressEvent(QMouseEvent *event) override;

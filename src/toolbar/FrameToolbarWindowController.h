@@ -2,13 +2,12 @@
 
 #include "model/AnnotationColor.h"
 #include "model/AnnotationTool.h"
+#include "model/ScreenRect.h"
 #include "model/ShareMode.h"
 
 #include <QList>
 #include <QObject>
-#include <QPointF>
 #include <QPointer>
-#include <QRectF>
 #include <QSizeF>
 #include <QString>
 
@@ -57,9 +56,9 @@ public:
                 bool alwaysOnTop);
 
     // Where the panel of `size` goes for a frame: centred 10 points below it, else above it,
-    // else inside it, kept 4 points inside the visible area when there is one. Geometry in
-    // points with y growing upwards.
-    static QPointF origin(QSizeF size, QRectF frame, std::optional<QRectF> visibleFrame);
+    // else inside it, kept 4 points inside the visible area when there is one.
+    static ScreenPoint origin(QSizeF size, ScreenRect frame,
+                              std::optional<ScreenRect> visibleFrame);
 
     // Opens the framing menu above the framing button.
     void showFramingMenu();
@@ -105,7 +104,7 @@ Q_SIGNALS:
     void toggleAlwaysOnTop();
     void hide();
     // Total offset since the press on the background, in points, x to the right and y upwards.
-    void dragged(QPointF offset);
+    void dragged(lookpane::ScreenOffset offset);
     void dragBegan();
 
 private:

@@ -60,7 +60,7 @@ TEST(LaunchSmoke, FirstLaunchShowsCentredDefaultFrameAndExitsCleanlyOnSigterm)
     // The frame was saved in screen coordinates (origin bottom-left).
     QSettings settings(settingsFile(config), QSettings::NativeFormat);
     EXPECT_EQ(rectFromText(settings.value(QStringLiteral("FrameWindowFrame")).toString()),
-              QRectF(560, 315, 800, 450));
+              ScreenRect(560, 315, 800, 450));
 }
 
 TEST(LaunchSmoke, RelaunchRestoresTheSavedFrameInScreenCoordinates)

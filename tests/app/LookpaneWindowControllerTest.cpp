@@ -269,7 +269,7 @@ TEST_F(FrameController, OverlayDetachedOverlaySavesTheShareFrameAndPutsTheShareW
     EXPECT_NEAR(static_cast<double>(share.width()) / share.height(), 640.0 / 360.0, 0.02);
     controller->shareWindow()->move(share.topLeft() - QPoint(100, 50));
     spinFor(50);
-    const QRectF movedShare = controller->shareWindowRect();
+    const ScreenRect movedShare = controller->shareWindowRect();
 
     controller->setMode(ShareMode::overlay);
     EXPECT_EQ(rectFromText(stored(QStringLiteral("DetachedShareWindowFrame"))), movedShare);
@@ -287,7 +287,7 @@ TEST_F(FrameController, SetRatioBeforeShowingPersistsReportsAndReshapesAroundThe
     std::vector<FrameRatio> reported;
     QObject::connect(controller.get(), &LookpaneWindowController::ratioChanged,
                      [&](FrameRatio ratio) { reported.push_back(ratio); });
-    const QPointF centre = controller->contentRect().center();
+    const ScreenPoint centre = controller->contentRect().center();
     controller->setRatio(FrameRatio::square);
     EXPECT_EQ(stored(QStringLiteral("FrameRatio")), QStringLiteral("square"));
     EXPECT_EQ(reported, std::vector<FrameRatio>{FrameRatio::square});
@@ -303,22 +303,23 @@ TEST_F(FrameController, DraggingTheToolbarMovesTheFrameAndTheShareWindowFollows)
 {
     auto controller = makeController(QRect(300, 300, 640, 360));
     showAndWait(*controller);
-    std::vector<QRectF> reported;
+    std::vector<ScreenRect> reported;
     QObject::connect(controller.get(), &LookpaneWindowController::frameChanged,
-                     [&](const QRectF &rect, QScreen *) { reported.push_back(rect); });
-    const QRectF start = controller->contentRect();
+                     [&](const ScreenRect &rect, QScreen *) { reported.push_back(rect); });
+    const ScreenRect start = controller->contentRect();
     Q_EMIT controller->toolbar()->dragBegan();
-    Q_EMIT controller->toolbar()->dragged(QPointF(100, 50)); // right and up
-    EXPECT_TRUE(waitUntil([&] { return controller->contentRect() == start.translated(100, 50); }));
+    Q_EMIT controller->toolbar()->dragged(ScreenOffset(100, 50)); // right and up
+    EXPECT_TRUE(waitUntil(
+        [&] { return controller->contentRect() == start.translated(ScreenOffset(100, 50)); }));
     EXPECT_EQ(controller->frameWindow()->geometry().topLeft(), QPoint(400, 250));
     EXPECT_TRUE(waitUntil([&] {
         return controller->shareWindow()->geometry() == controller->frameWindow()->geometry();
     }));
     ASSERT_FALSE(reported.empty());
-    EXPECT_EQ(reported.back(), start.translated(100, 50));
+    EXPECT_EQ(reported.back(), start.translated(ScreenOffset(100, 50)));
     EXPECT_TRUE(waitUntil([&] {
         return rectFromText(stored(QStringLiteral("FrameWindowFrame"))) ==
-               start.translated(100, 50);
+               start.translated(ScreenOffset(100, 50));
     }));
 }
 

@@ -118,7 +118,7 @@ TEST_F(EngineTest, StopAfterStreamCreatedBeforeStartFinishedDropsTheStream)
     drainEvents();
     EXPECT_EQ(stream.stopRequests, 1);
     // Region requests find no stream either.
-    engine->updateRegion(QRectF(0, 0, 400, 300), testDisplay());
+    engine->updateRegion(ScreenRect(0, 0, 400, 300), testDisplay());
     runEventLoopFor(ScreenCaptureEngine::regionUpdateInterval * 3);
     EXPECT_EQ(stream.configurationUpdates.size(), 1u);
 }

@@ -48,17 +48,17 @@ void drainEvents()
 
 CaptureDisplay testDisplay()
 {
-    return CaptureDisplay{testDisplayID, QRectF(0, 0, 1440, 900), 2.0};
+    return CaptureDisplay{testDisplayID, ScreenRect(0, 0, 1440, 900), 2.0};
 }
 
 CaptureDisplay secondDisplay()
 {
-    return CaptureDisplay{secondDisplayID, QRectF(1440, -200, 1920, 1080), 1.0};
+    return CaptureDisplay{secondDisplayID, ScreenRect(1440, -200, 1920, 1080), 1.0};
 }
 
 MirroredWindow testWindow()
 {
-    return MirroredWindow{testWindowID, QRectF(100, 200, 1000, 500), testDisplay()};
+    return MirroredWindow{testWindowID, ScreenRect(100, 200, 1000, 500), testDisplay()};
 }
 
 ShareableApplication thisApplication()
@@ -88,7 +88,7 @@ void EngineTest::SetUp()
     backend = scripted.get();
     const ScreenLayoutProvider layout = [] {
         ScreenLayout screens;
-        screens.screens.push_back({QRectF(0, 0, 1440, 900), QRectF(0, 0, 1440, 875)});
+        screens.screens.push_back({ScreenRect(0, 0, 1440, 900), ScreenRect(0, 0, 1440, 875)});
         screens.mainIndex = 0;
         return screens;
     };

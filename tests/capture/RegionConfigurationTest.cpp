@@ -8,8 +8,9 @@ namespace {
 
 TEST(RegionConfigurationTest, OnePointWideFrameAtDoubleScaleIsFourPixelsWide)
 {
-    const CaptureDisplay display{1, QRectF(0, 0, 1440, 900), 2.0};
-    const StreamConfiguration configuration = makeConfiguration(QRectF(10, 20, 1, 300), display);
+    const CaptureDisplay display{1, ScreenRect(0, 0, 1440, 900), 2.0};
+    const StreamConfiguration configuration =
+        makeConfiguration(ScreenRect(10, 20, 1, 300), display);
     EXPECT_EQ(configuration.width, 4);
     EXPECT_EQ(configuration.height, 600);
     EXPECT_EQ(configuration.sourceRect.width(), 1.0);
@@ -18,17 +19,18 @@ TEST(RegionConfigurationTest, OnePointWideFrameAtDoubleScaleIsFourPixelsWide)
 
 TEST(RegionConfigurationTest, HalfScaleIsTreatedAsOne)
 {
-    const CaptureDisplay display{1, QRectF(0, 0, 1440, 900), 0.5};
-    const StreamConfiguration configuration = makeConfiguration(QRectF(0, 0, 640, 480), display);
+    const CaptureDisplay display{1, ScreenRect(0, 0, 1440, 900), 0.5};
+    const StreamConfiguration configuration =
+        makeConfiguration(ScreenRect(0, 0, 640, 480), display);
     EXPECT_EQ(configuration.width, 640);
     EXPECT_EQ(configuration.height, 480);
 }
 
 TEST(RegionConfigurationTest, WorkedExampleOnTheMainDisplay)
 {
-    const CaptureDisplay display{1, QRectF(0, 0, 1440, 900), 2.0};
+    const CaptureDisplay display{1, ScreenRect(0, 0, 1440, 900), 2.0};
     const StreamConfiguration configuration =
-        makeConfiguration(QRectF(100, 200, 1000, 500), display);
+        makeConfiguration(ScreenRect(100, 200, 1000, 500), display);
     EXPECT_EQ(configuration.width, 2000);
     EXPECT_EQ(configuration.height, 1000);
     EXPECT_EQ(configuration.sourceRect, QRectF(100, 200, 1000, 500)); // y = 900 - 700
@@ -41,9 +43,9 @@ TEST(RegionConfigurationTest, WorkedExampleOnTheMainDisplay)
 
 TEST(RegionConfigurationTest, SecondDisplaySourceRectIsNotClipped)
 {
-    const CaptureDisplay display{2, QRectF(1440, -200, 1920, 1080), 1.0};
+    const CaptureDisplay display{2, ScreenRect(1440, -200, 1920, 1080), 1.0};
     const StreamConfiguration configuration =
-        makeConfiguration(QRectF(1500, 300, 800, 600), display);
+        makeConfiguration(ScreenRect(1500, 300, 800, 600), display);
     // x = 1500 - 1440, y = 880 - 900: the rectangle reaches above the display's top.
     EXPECT_EQ(configuration.sourceRect, QRectF(60, -20, 800, 600));
     EXPECT_EQ(configuration.width, 800);
@@ -52,9 +54,9 @@ TEST(RegionConfigurationTest, SecondDisplaySourceRectIsNotClipped)
 
 TEST(RegionConfigurationTest, PixelSizesTruncateTowardsZeroWithoutRoundingToEven)
 {
-    const CaptureDisplay display{1, QRectF(0, 0, 1440, 900), 1.5};
+    const CaptureDisplay display{1, ScreenRect(0, 0, 1440, 900), 1.5};
     const StreamConfiguration configuration =
-        makeConfiguration(QRectF(0.25, 0.5, 333.3, 101.9), display);
+        makeConfiguration(ScreenRect(0.25, 0.5, 333.3, 101.9), display);
     EXPECT_EQ(configuration.width, 499);  // 499.95
     EXPECT_EQ(configuration.height, 152); // 152.85
     EXPECT_EQ(configuration.sourceRect, QRectF(0.25, 900 - 102.4, 333.3, 101.9));
@@ -62,8 +64,8 @@ TEST(RegionConfigurationTest, PixelSizesTruncateTowardsZeroWithoutRoundingToEven
 
 TEST(RegionConfigurationTest, EmptyFrameStillGetsTwoPointsOfPixels)
 {
-    const CaptureDisplay display{1, QRectF(0, 0, 1440, 900), 1.0};
-    const StreamConfiguration configuration = makeConfiguration(QRectF(5, 5, 0, -3), display);
+    const CaptureDisplay display{1, ScreenRect(0, 0, 1440, 900), 1.0};
+    const StreamConfiguration configuration = makeConfiguration(ScreenRect(5, 5, 0, -3), display);
     EXPECT_EQ(configuration.width, 2);
     EXPECT_EQ(configuration.height, 2);
     EXPECT_EQ(configuration.sourceRect.width(), 0.0);
@@ -72,16 +74,17 @@ TEST(RegionConfigurationTest, EmptyFrameStillGetsTwoPointsOfPixels)
 
 TEST(RegionConfigurationDeathTest, NonFinitePixelSizeIsFatal)
 {
-    const CaptureDisplay display{1, QRectF(0, 0, 1440, 900), 2.0};
+    const CaptureDisplay display{1, ScreenRect(0, 0, 1440, 900), 2.0};
     EXPECT_DEATH(
-        makeConfiguration(QRectF(0, 0, std::numeric_limits<double>::infinity(), 10), display),
+        makeConfiguration(ScreenRect(0, 0, std::numeric_limits<double>::infinity(), 10), display),
         "fatal error: capture width");
 }
 
 TEST(RegionConfigurationDeathTest, PixelSizeBeyondSixtyFourBitsIsFatal)
 {
-    const CaptureDisplay display{1, QRectF(0, 0, 1440, 900), 2.0};
-    EXPECT_DEATH(makeConfiguration(QRectF(0, 0, 10, 1e19), display), "fatal error: capture height");
+    const CaptureDisplay display{1, ScreenRect(0, 0, 1440, 900), 2.0};
+    EXPECT_DEATH(makeConfiguration(ScreenRect(0, 0, 10, 1e19), display),
+                 "fatal error: capture height");
 }
 
 TEST(RegionFilterTest, ExcludesThisApplicationWhenListed)

@@ -12,7 +12,7 @@ TEST_F(EngineTest, TwentyUpdatesWithinFiftyMillisecondsApplyOnlyTheLast)
     const std::size_t before = stream.configurationUpdates.size();
     // All twenty are made before the event loop runs again, so well within 50 ms.
     for (int index = 0; index < 20; ++index) {
-        engine->updateRegion(QRectF(100 + index, 200, 1000, 500), testDisplay());
+        engine->updateRegion(ScreenRect(100 + index, 200, 1000, 500), testDisplay());
     }
     EXPECT_EQ(stream.configurationUpdates.size(), before);
     ASSERT_TRUE(waitUntil([&] { return stream.configurationUpdates.size() > before; }));
@@ -30,11 +30,11 @@ TEST_F(EngineTest, UpdateWhileTheLastIsAppliedIsAppliedNext)
     backend->configurationAnswer.reset(); // region updates wait for the test
     ScriptedStreamRecord &stream = lastStream();
     const std::size_t before = stream.configurationUpdates.size();
-    engine->updateRegion(QRectF(0, 0, 300, 200), testDisplay());
+    engine->updateRegion(ScreenRect(0, 0, 300, 200), testDisplay());
     ASSERT_TRUE(waitUntil([&] { return !stream.pendingConfigurationUpdates.empty(); }));
     // Requests made while one is applied overwrite one another.
-    engine->updateRegion(QRectF(10, 0, 300, 200), testDisplay());
-    engine->updateRegion(QRectF(20, 0, 300, 200), testDisplay());
+    engine->updateRegion(ScreenRect(10, 0, 300, 200), testDisplay());
+    engine->updateRegion(ScreenRect(20, 0, 300, 200), testDisplay());
     // One loop applies requests at a time: nothing more is asked until the first is answered.
     runEventLoopFor(ScreenCaptureEngine::regionUpdateInterval * 3);
     EXPECT_EQ(stream.pendingConfigurationUpdates.size(), 1u);
@@ -48,7 +48,7 @@ TEST_F(EngineTest, UpdateWhileTheLastIsAppliedIsAppliedNext)
     EXPECT_EQ(stream.configurationUpdates[before + 1].sourceRect.x(), 20.0);
     // And a request after the loop has ended starts a new one.
     backend->configurationAnswer = CaptureError{};
-    engine->updateRegion(QRectF(30, 0, 300, 200), testDisplay());
+    engine->updateRegion(ScreenRect(30, 0, 300, 200), testDisplay());
     ASSERT_TRUE(waitUntil([&] { return stream.configurationUpdates.size() == before + 3; }));
     EXPECT_EQ(stream.configurationUpdates.back().sourceRect.x(), 30.0);
 }
@@ -61,7 +61,7 @@ TEST_F(EngineTest, UpdateRegionWhileStartingDoesNothing)
     ASSERT_TRUE(waitUntil(
         [this] { return !backend->streams.empty() && !lastStream().pendingStarts.empty(); }));
     EXPECT_EQ(engine->state(), State::starting());
-    engine->updateRegion(QRectF(300, 300, 200, 100), testDisplay());
+    engine->updateRegion(ScreenRect(300, 300, 200, 100), testDisplay());
     lastStream().answerStart();
     ASSERT_TRUE(waitUntil([this] { return engine->isRunning(); }));
     runEventLoopFor(ScreenCaptureEngine::regionUpdateInterval * 3);
@@ -73,7 +73,7 @@ TEST_F(EngineTest, UpdateRegionWhileStartingDoesNothing)
 TEST_F(EngineTest, UpdateRegionWithoutScreenIsDropped)
 {
     startRunning();
-    engine->updateRegion(QRectF(300, 300, 200, 100), std::nullopt);
+    engine->updateRegion(ScreenRect(300, 300, 200, 100), std::nullopt);
     runEventLoopFor(ScreenCaptureEngine::regionUpdateInterval * 3);
     EXPECT_EQ(lastStream().configurationUpdates.size(), 1u);
 }
@@ -82,14 +82,14 @@ TEST_F(EngineTest, MovingToAnotherDisplayChangesTheFilterFirst)
 {
     startRunning();
     ScriptedStreamRecord &stream = lastStream();
-    engine->updateRegion(QRectF(1500, 300, 800, 600), secondDisplay());
+    engine->updateRegion(ScreenRect(1500, 300, 800, 600), secondDisplay());
     ASSERT_TRUE(waitUntil([&] { return stream.configurationUpdates.size() == 2; }));
     ASSERT_EQ(stream.filterUpdates.size(), 1u);
     EXPECT_EQ(stream.filterUpdates.front(),
               (ContentFilter{secondDisplayID, {QCoreApplication::applicationPid()}, {}}));
     EXPECT_EQ(stream.configurationUpdates.back().sourceRect, QRectF(60, -20, 800, 600));
     // Moving on within that display only reconfigures.
-    engine->updateRegion(QRectF(1600, 300, 800, 600), secondDisplay());
+    engine->updateRegion(ScreenRect(1600, 300, 800, 600), secondDisplay());
     ASSERT_TRUE(waitUntil([&] { return stream.configurationUpdates.size() == 3; }));
     EXPECT_EQ(stream.filterUpdates.size(), 1u);
     EXPECT_EQ(engine->state(), State::running());
@@ -100,7 +100,7 @@ TEST_F(EngineTest, RegionConfigurationErrorFailsButKeepsTheStream)
     startRunning();
     ScriptedStreamRecord &stream = lastStream();
     backend->configurationAnswer = CaptureError(QStringLiteral("size refused"));
-    engine->updateRegion(QRectF(0, 0, 300, 200), testDisplay());
+    engine->updateRegion(ScreenRect(0, 0, 300, 200), testDisplay());
     ASSERT_TRUE(waitUntil([this] { return engine->state().isFailed(); }));
     EXPECT_EQ(engine->state(), State::failed("Unable to update capture region: size refused"));
     EXPECT_TRUE(engine->isRunning());
@@ -109,7 +109,7 @@ TEST_F(EngineTest, RegionConfigurationErrorFailsButKeepsTheStream)
     // A later request is applied normally; the state stays failed.
     backend->configurationAnswer = CaptureError{};
     const std::size_t before = stream.configurationUpdates.size();
-    engine->updateRegion(QRectF(5, 0, 300, 200), testDisplay());
+    engine->updateRegion(ScreenRect(5, 0, 300, 200), testDisplay());
     ASSERT_TRUE(waitUntil([&] { return stream.configurationUpdates.size() == before + 1; }));
     drainEvents();
     EXPECT_TRUE(engine->state().isFailed());
@@ -122,7 +122,7 @@ TEST_F(EngineTest, RegionFilterErrorFails)
 {
     startRunning();
     backend->filterAnswer = CaptureError(QStringLiteral("display gone"));
-    engine->updateRegion(QRectF(1500, 300, 800, 600), secondDisplay());
+    engine->updateRegion(ScreenRect(1500, 300, 800, 600), secondDisplay());
     ASSERT_TRUE(waitUntil([this] { return engine->state().isFailed(); }));
     EXPECT_EQ(engine->state(), State::failed("Unable to update capture region: display gone"));
     EXPECT_EQ(lastStream().configurationUpdates.size(), 1u);
@@ -132,7 +132,7 @@ TEST_F(EngineTest, RegionContentErrorFails)
 {
     startRunning();
     backend->contentAnswer = ShareableContentResult{std::nullopt, QStringLiteral("X went away")};
-    engine->updateRegion(QRectF(1500, 300, 800, 600), secondDisplay());
+    engine->updateRegion(ScreenRect(1500, 300, 800, 600), secondDisplay());
     ASSERT_TRUE(waitUntil([this] { return engine->state().isFailed(); }));
     EXPECT_EQ(engine->state(), State::failed("Unable to update capture region: X went away"));
 }
@@ -141,7 +141,7 @@ TEST_F(EngineTest, StopCancelsThePendingRegionUpdate)
 {
     startRunning();
     ScriptedStreamRecord &stream = lastStream();
-    engine->updateRegion(QRectF(0, 0, 300, 200), testDisplay());
+    engine->updateRegion(ScreenRect(0, 0, 300, 200), testDisplay());
     engine->stop();
     runEventLoopFor(ScreenCaptureEngine::regionUpdateInterval * 3);
     EXPECT_EQ(stream.configurationUpdates.size(), 1u);

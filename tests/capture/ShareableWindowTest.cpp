@@ -82,7 +82,7 @@ TEST(ShareableWindowTest, FramesAreFlippedAboutThePrimaryScreensTopEdge)
     const std::vector<ShareableWindow> windows = makeShareableWindows(
         {window("w", application("Editor"), QRectF(100, 50, 800, 600))}, ownProcess, 900);
     ASSERT_EQ(windows.size(), 1u);
-    EXPECT_EQ(windows.front().frame, QRectF(100, 250, 800, 600));
+    EXPECT_EQ(windows.front().frame, ScreenRect(100, 250, 800, 600));
 }
 
 TEST(ShareableWindowTest, DesktopShellAndOwnWindowsNeverAppear)
@@ -148,7 +148,7 @@ TEST_F(EngineTest, ShareableWindowsAsksForOnScreenWindowsWithoutDesktopAndSorts)
     EXPECT_EQ(result->front().title, "notes");
     EXPECT_EQ(result->front().applicationName, "Editor");
     // Flipped about the injected primary screen, 900 points high.
-    EXPECT_EQ(result->front().frame, QRectF(0, 300, 800, 600));
+    EXPECT_EQ(result->front().frame, ScreenRect(0, 300, 800, 600));
 }
 
 TEST_F(EngineTest, ShareableWindowsFailureGivesAnEmptyList)

@@ -7,7 +7,7 @@ using namespace lookpane::FrameGeometry;
 
 namespace {
 
-ScreenLayout::Screen screen(QRectF frame, QRectF visible)
+ScreenLayout::Screen screen(ScreenRect frame, ScreenRect visible)
 {
     return ScreenLayout::Screen{frame, visible};
 }
@@ -22,51 +22,54 @@ ScreenLayout layoutOf(std::vector<ScreenLayout::Screen> screens)
     return layout;
 }
 
-void expectRectNear(const QRectF &actual, const QRectF &expected, double tolerance = 0.01)
+void expectRectNear(const ScreenRect &actual, const ScreenRect &expected, double tolerance = 0.01)
 {
-    EXPECT_NEAR(actual.x(), expected.x(), tolerance);
-    EXPECT_NEAR(actual.y(), expected.y(), tolerance);
+    EXPECT_NEAR(actual.minX(), expected.minX(), tolerance);
+    EXPECT_NEAR(actual.minY(), expected.minY(), tolerance);
     EXPECT_NEAR(actual.width(), expected.width(), tolerance);
     EXPECT_NEAR(actual.height(), expected.height(), tolerance);
 }
 
-const ScreenLayout::Screen laptop = screen(QRectF(0, 0, 1440, 900), QRectF(0, 25, 1440, 875));
+const ScreenLayout::Screen laptop =
+    screen(ScreenRect(0, 0, 1440, 900), ScreenRect(0, 25, 1440, 875));
 
 } // namespace
 
 TEST(FrameGeometry, RectStraddlingTheRightEdgeMovesLeftUntilItTouchesIt)
 {
-    const QRectF result = constrained(QRectF(1200, 300, 400, 300), laptop, layoutOf({laptop}));
-    EXPECT_EQ(result, QRectF(1040, 300, 400, 300));
-    EXPECT_DOUBLE_EQ(result.x() + result.width(), 1440);
+    const ScreenRect result =
+        constrained(ScreenRect(1200, 300, 400, 300), laptop, layoutOf({laptop}));
+    EXPECT_EQ(result, ScreenRect(1040, 300, 400, 300));
+    EXPECT_DOUBLE_EQ(result.minX() + result.width(), 1440);
 }
 
 TEST(FrameGeometry, RectWiderThanTheVisibleFrameIsReturnedAsGiven)
 {
-    const QRectF wide(-300, -50, 1600, 400);
+    const ScreenRect wide(-300, -50, 1600, 400);
     EXPECT_EQ(constrained(wide, laptop, layoutOf({laptop})), wide);
 }
 
 TEST(FrameGeometry, ConstrainedClampsTheLowerBoundBeforeTheUpper)
 {
     // Below the visible area (under the dock): pushed up to its bottom edge.
-    EXPECT_EQ(constrained(QRectF(-20, 0, 400, 300), laptop, layoutOf({laptop})),
-              QRectF(0, 25, 400, 300));
+    EXPECT_EQ(constrained(ScreenRect(-20, 0, 400, 300), laptop, layoutOf({laptop})),
+              ScreenRect(0, 25, 400, 300));
 }
 
 TEST(FrameGeometry, ConstrainedPicksTheFirstScreenTheRectMeetsWhenNoneIsGiven)
 {
     const ScreenLayout::Screen right =
-        screen(QRectF(1440, 0, 1920, 1080), QRectF(1440, 0, 1920, 1050));
-    const QRectF onRight(3200, 900, 400, 300);
+        screen(ScreenRect(1440, 0, 1920, 1080), ScreenRect(1440, 0, 1920, 1050));
+    const ScreenRect onRight(3200, 900, 400, 300);
     EXPECT_EQ(constrained(onRight, std::nullopt, layoutOf({laptop, right})),
-              QRectF(2960, 750, 400, 300));
+              ScreenRect(2960, 750, 400, 300));
 }
 
 TEST(FrameGeometry, ConstrainedFallsBackToTheMainScreenAndWithoutScreensChangesNothing)
 {
-    const QRectF nowhere(5000, 5000, 400, 300);
-    EXPECT_EQ(constrained(nowhere, std::nullopt, layoutOf({laptop})), QRectF(1040, 600, 400, 300));
+    const ScreenRect nowhere(5000, 5000, 400, 300);
+    EXPECT_EQ(constrained(nowhere, std::nullopt, layoutOf({laptop})),
+              ScreenRect(1040, 600, 400, 300));
     EXPECT_EQ(constrained(nowhere, std::nullopt, ScreenLayout{}), nowhere);
 }
 
@@ -77,10 +80,10 @@ TEST(FrameGeometry, FullHdPresetOnALaptopScalesByThreeQuartersAroundTheOldCentre
     const QSizeF size = presetSize(fullHd, laptop.visibleFrame);
     EXPECT_DOUBLE_EQ(size.width(), 1440);
     EXPECT_DOUBLE_EQ(size.height(), 810);
-    const QRectF box(400, 300, 640, 360); // centre (720, 480)
-    const QRectF placed = constrained(centred(size, box), laptop, layoutOf({laptop}));
+    const ScreenRect box(400, 300, 640, 360); // centre (720, 480)
+    const ScreenRect placed = constrained(centred(size, box), laptop, layoutOf({laptop}));
     // Centred: (0, 75); already inside the visible frame.
-    EXPECT_EQ(placed, QRectF(0, 75, 1440, 810));
+    EXPECT_EQ(placed, ScreenRect(0, 75, 1440, 810));
 }
 
 TEST(FrameGeometry, HdPresetOnALargeDisplayIsExact)
@@ -88,7 +91,7 @@ TEST(FrameGeometry, HdPresetOnALargeDisplayIsExact)
     const FrameSizePreset hd = FrameSizePreset::all()[0];
     ASSERT_EQ(hd.title, QStringLiteral("1280 × 720"));
     EXPECT_EQ(hd.ratio, FrameRatio::widescreen);
-    EXPECT_EQ(presetSize(hd, QRectF(0, 0, 2560, 1400)), QSizeF(1280, 720));
+    EXPECT_EQ(presetSize(hd, ScreenRect(0, 0, 2560, 1400)), QSizeF(1280, 720));
 }
 
 TEST(FrameGeometry, PresetWithoutAScreenIsUsedAsItStands)
@@ -98,13 +101,13 @@ TEST(FrameGeometry, PresetWithoutAScreenIsUsedAsItStands)
 
 TEST(FrameGeometry, SquareLockOnA640By360BoxGives640By640AroundTheSameCentre)
 {
-    const QRectF box(100, 100, 640, 360);
+    const ScreenRect box(100, 100, 640, 360);
     const std::optional<QSizeF> size = sizeLockedTo(FrameRatio::square, box.size());
     ASSERT_TRUE(size.has_value());
     EXPECT_EQ(*size, QSizeF(640, 640));
-    const QRectF result = centred(*size, box);
+    const ScreenRect result = centred(*size, box);
     EXPECT_EQ(result.center(), box.center());
-    EXPECT_EQ(result, QRectF(100, -40, 640, 640));
+    EXPECT_EQ(result, ScreenRect(100, -40, 640, 640));
 }
 
 TEST(FrameGeometry, FreeRatioLeavesTheSizeAlone)
@@ -114,36 +117,36 @@ TEST(FrameGeometry, FreeRatioLeavesTheSizeAlone)
 
 TEST(FrameGeometry, SnapWidescreenToASquareWindowWidensAroundItsCentre)
 {
-    const QRectF result =
-        snapped(QRectF(500, 200, 1000, 1000), FrameRatio::widescreen, minimumContentSize);
-    expectRectNear(result, QRectF(500 - 388.89, 200, 1777.78, 1000));
+    const ScreenRect result =
+        snapped(ScreenRect(500, 200, 1000, 1000), FrameRatio::widescreen, minimumContentSize);
+    expectRectNear(result, ScreenRect(500 - 388.89, 200, 1777.78, 1000));
 }
 
 TEST(FrameGeometry, SnapWidescreenToAWideWindowGrowsItsHeightDownwardsByHalf)
 {
-    const QRectF result =
-        snapped(QRectF(0, 400, 2000, 500), FrameRatio::widescreen, minimumContentSize);
-    expectRectNear(result, QRectF(0, 400 - 312.5, 2000, 1125));
+    const ScreenRect result =
+        snapped(ScreenRect(0, 400, 2000, 500), FrameRatio::widescreen, minimumContentSize);
+    expectRectNear(result, ScreenRect(0, 400 - 312.5, 2000, 1125));
 }
 
 TEST(FrameGeometry, SnapFreeToATinyWindowGrowsToTheMinimumFromItsOrigin)
 {
-    EXPECT_EQ(snapped(QRectF(300, 200, 100, 50), FrameRatio::free, minimumContentSize),
-              QRectF(300, 200, 320, 180));
+    EXPECT_EQ(snapped(ScreenRect(300, 200, 100, 50), FrameRatio::free, minimumContentSize),
+              ScreenRect(300, 200, 320, 180));
 }
 
 TEST(FrameGeometry, DetachedShareWindowGoesToTheBottomRightOfTheVisibleFrame)
 {
-    const QRectF result = detachedShareFrame(QRectF(100, 100, 1200, 675), laptop.visibleFrame,
-                                             minimumContentSize.width());
-    EXPECT_EQ(result, QRectF(824, 65, 576, 324));
+    const ScreenRect result = detachedShareFrame(ScreenRect(100, 100, 1200, 675),
+                                                 laptop.visibleFrame, minimumContentSize.width());
+    EXPECT_EQ(result, ScreenRect(824, 65, 576, 324));
 }
 
 TEST(FrameGeometry, DetachedShareWindowWithoutAScreenIsPlacedByTheBoxItself)
 {
-    const QRectF box(100, 100, 1000, 500);
+    const ScreenRect box(100, 100, 1000, 500);
     // width = min(400, 1000) = 400; height = 200; origin (100 + 1000 - 400 - 40, 140).
-    EXPECT_EQ(detachedShareFrame(box, std::nullopt, 320), QRectF(660, 140, 400, 200));
+    EXPECT_EQ(detachedShareFrame(box, std::nullopt, 320), ScreenRect(660, 140, 400, 200));
 }
 
 TEST(FrameGeometry, DetachedShareSizeKeepsTheShareWidthAndTheBoxShape)

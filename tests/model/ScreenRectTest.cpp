@@ -1,4 +1,5 @@
 #include "model/ScreenRect.h"
+#include "model/ScreenCoordinates.h"
 
 #include <gtest/gtest.h>
 
@@ -130,4 +131,55 @@ TEST(ScreenRect, PrintsItsFieldsForTestFailures)
                           "ScreenPoint(x 1, y -2) ScreenOffset(dx 3, dy 4)");
     EXPECT_EQ(::testing::PrintToString(ScreenRect(1, 2, 3, 4)),
               "ScreenRect(minX 1, minY 2, width 3, height 4)");
+}
+
+TEST(ScreenRectConversion, TopEdgeBecomesQtsTopAndBack)
+{
+    // A 1920 × 1080 primary screen: the rectangle's top edge (maxY 60) lies 1020 points below
+    // the screen's top in Qt's coordinates.
+    const ScreenRect rect(10, 20, 30, 40);
+    const QRectF qt = qtRectFromScreen(rect, 1080);
+    EXPECT_EQ(qt, QRectF(10, 1020, 30, 40));
+    EXPECT_EQ(qt.top(), 1080 - rect.maxY());
+    EXPECT_EQ(qt.top() + qt.height(), 1080 - rect.minY());
+    EXPECT_EQ(screenRectFromQt(qt, 1080), rect);
+}
+
+TEST(ScreenRectConversion, RoundTripsAreExact)
+{
+    for (const ScreenRect &rect :
+         {ScreenRect(560, 315, 800, 450), ScreenRect(-1920, 1080, 1920, 1200),
+          ScreenRect(0.25, -0.5, 1.5, 2.75), ScreenRect(3000, 2000, 0, 0)}) {
+        for (const qreal height : {0.0, 900.0, 1080.0, 1440.0}) {
+            EXPECT_EQ(screenRectFromQt(qtRectFromScreen(rect, height), height), rect) << height;
+        }
+    }
+    for (const ScreenPoint &point : {ScreenPoint(0, 0), ScreenPoint(-12.5, 2000.25)}) {
+        EXPECT_EQ(screenPointFromQt(qtPointFromScreen(point, 1080), 1080), point);
+    }
+}
+
+TEST(ScreenRectConversion, CentreMapsToTheQtCentre)
+{
+    const ScreenRect rect(100, 80, 640, 300);
+    EXPECT_EQ(qtPointFromScreen(rect.center(), 1080), qtRectFromScreen(rect, 1080).center());
+    EXPECT_EQ(screenPointFromQt(QPointF(420, 850), 1080), rect.center());
+}
+
+TEST(ScreenRectConversion, DragOffsetsTurnUpwards)
+{
+    // The mouse moved 30 right and 20 up the screen (Qt's y fell by 20).
+    EXPECT_EQ(screenOffsetFromQt(QPointF(30, -20)), ScreenOffset(30, 20));
+    EXPECT_EQ(screenOffsetFromQt(QPointF(-10, 25)), ScreenOffset(-10, -25));
+}
+
+TEST(ScreenRectConversion, RectWithinAScreenCountsDownFromItsTopLeft)
+{
+    // A 1920 × 1080 screen to the right of the primary one, its bottom 200 points higher.
+    const ScreenRect screen(1440, 200, 1920, 1080);
+    // 100 points from its left edge, the top edge 50 points below the screen's.
+    EXPECT_EQ(qtRectWithin(ScreenRect(1540, 830, 640, 400), screen), QRectF(100, 50, 640, 400));
+    EXPECT_EQ(qtRectWithin(screen, screen), QRectF(0, 0, 1920, 1080));
+    // The bottom-left corner of the screen is at the bottom of its own grid.
+    EXPECT_EQ(qtRectWithin(ScreenRect(1440, 200, 10, 10), screen), QRectF(0, 1070, 10, 10));
 }

@@ -86,13 +86,13 @@ protected:
             tools.registerDefaults();
         }
         Preferences preferences;
-        FramePreferences frame{
-            preferences, [] {
-                ScreenLayout layout;
-                layout.screens.push_back({QRectF(0, 0, 1920, 1080), QRectF(0, 0, 1920, 1050)});
-                layout.mainIndex = 0;
-                return layout;
-            }};
+        FramePreferences frame{preferences, [] {
+                                   ScreenLayout layout;
+                                   layout.screens.push_back({ScreenRect(0, 0, 1920, 1080),
+                                                             ScreenRect(0, 0, 1920, 1050)});
+                                   layout.mainIndex = 0;
+                                   return layout;
+                               }};
         ShortcutPreferences shortcuts{preferences};
         ToolShortcutPreferences tools{preferences};
     };
@@ -107,7 +107,7 @@ protected:
         EXPECT_EQ(reader.frame.mode(), ShareMode::overlay);
         EXPECT_EQ(reader.frame.ratio(), FrameRatio::free);
         EXPECT_EQ(reader.frame.blurStrength(), BlurStrength::light);
-        EXPECT_EQ(reader.frame.restoredFrame(), QRectF(560, 300, 800, 450));
+        EXPECT_EQ(reader.frame.restoredFrame(), ScreenRect(560, 300, 800, 450));
         EXPECT_EQ(reader.frame.restoredDetachedFrame(), std::nullopt);
         for (const ShortcutAction action : allCases<ShortcutAction>()) {
             EXPECT_EQ(reader.shortcuts.combo(action), ShortcutPreferences::defaultCombo(action))
@@ -207,7 +207,7 @@ TEST_F(CorruptShortcutSettingsTest, HugeNumbersAndUnparsableRectanglesReadAsTheD
         write({{"FrameWindowFrame", QString::fromLatin1(rect)},
                {"DetachedShareWindowFrame", QString::fromLatin1(rect)}});
         Reader rectReader(filePath());
-        EXPECT_EQ(rectReader.frame.restoredFrame(), QRectF(560, 300, 800, 450)) << rect;
+        EXPECT_EQ(rectReader.frame.restoredFrame(), ScreenRect(560, 300, 800, 450)) << rect;
         EXPECT_EQ(rectReader.frame.restoredDetachedFrame(), std::nullopt) << rect;
     }
 }

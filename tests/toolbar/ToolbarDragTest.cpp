@@ -33,10 +33,10 @@ TEST(ToolbarDrag, BackgroundDragReportsTotalOffsetWithYUp)
     DragHandleView handle;
     handle.resize(200, 40);
     int began = 0;
-    std::vector<QPointF> offsets;
+    std::vector<ScreenOffset> offsets;
     QObject::connect(&handle, &DragHandleView::dragBegan, [&] { ++began; });
     QObject::connect(&handle, &DragHandleView::dragged,
-                     [&](QPointF offset) { offsets.push_back(offset); });
+                     [&](ScreenOffset offset) { offsets.push_back(offset); });
 
     send(&handle, QEvent::MouseButtonPress, QPointF(500, 500), Qt::LeftButton, Qt::LeftButton);
     EXPECT_EQ(began, 1);
@@ -47,7 +47,8 @@ TEST(ToolbarDrag, BackgroundDragReportsTotalOffsetWithYUp)
     send(&handle, QEvent::MouseMove, QPointF(490, 525), Qt::NoButton, Qt::LeftButton);
     send(&handle, QEvent::MouseButtonRelease, QPointF(490, 525), Qt::LeftButton, Qt::NoButton);
 
-    const std::vector<QPointF> expected = {QPointF(30, 20), QPointF(40, 30), QPointF(-10, -25)};
+    const std::vector<ScreenOffset> expected = {ScreenOffset(30, 20), ScreenOffset(40, 30),
+                                                ScreenOffset(-10, -25)};
     EXPECT_EQ(offsets, expected);
     EXPECT_FALSE(handle.dragOrigin().has_value());
 
@@ -82,11 +83,11 @@ TEST(ToolbarDrag, PanelBackgroundAndSeparatorsReportDragsButButtonsDoNot)
     ASSERT_TRUE(QTest::qWaitForWindowExposed(panel));
 
     int began = 0;
-    std::vector<QPointF> offsets;
+    std::vector<ScreenOffset> offsets;
     int drawToggles = 0;
     QObject::connect(&toolbar, &FrameToolbarWindowController::dragBegan, [&] { ++began; });
     QObject::connect(&toolbar, &FrameToolbarWindowController::dragged,
-                     [&](QPointF offset) { offsets.push_back(offset); });
+                     [&](ScreenOffset offset) { offsets.push_back(offset); });
     QObject::connect(&toolbar, &FrameToolbarWindowController::toggleDrawing,
                      [&] { ++drawToggles; });
 
@@ -100,7 +101,7 @@ TEST(ToolbarDrag, PanelBackgroundAndSeparatorsReportDragsButButtonsDoNot)
     QTest::mouseRelease(background, Qt::LeftButton, Qt::NoModifier, press + QPoint(25, -15));
     EXPECT_EQ(began, 1);
     ASSERT_FALSE(offsets.empty());
-    EXPECT_EQ(offsets.back(), QPointF(25, 15));
+    EXPECT_EQ(offsets.back(), ScreenOffset(25, 15));
 
     // A separator passes the press on to the background.
     QWidget *separator = toolbar.baseViews()[3];
