@@ -1,28 +1,46 @@
 #include "app/AppDelegate.h"
 
+#include "app/AppLog.h"
 #include "app/LookpaneWindowController.h"
 #include "capture/ScreenCaptureEngine.h"
 #include "capture/x11/X11CaptureBackend.h"
 #include "capture/x11/X11WindowRedirection.h"
 #include "frame/BorderlessWindow.h"
+#include "frame/FrameSizePreset.h"
 #include "model/FramePreferences.h"
 #include "model/Preferences.h"
 #include "model/ScreenCoordinates.h"
+#include "shell/FitWindowList.h"
+#include "shell/FramingMenu.h"
+#include "shell/PermissionAlert.h"
+#include "shell/StatusItem.h"
+#include "shell/StatusMenu.h"
+#include "shortcuts/ShortcutPreferences.h"
+#include "shortcuts/ToolShortcutPreferences.h"
+#include "toolbar/FrameToolbarWindowController.h"
 
 #include <QApplication>
-#include <QKeySequence>
+#include <QMenu>
+#include <QMessageBox>
 #include <QScreen>
-#include <QShortcut>
 
 namespace lookpane {
 
-AppDelegate::AppDelegate(Preferences &preferences, QObject *parent)
-    : QObject(parent), m_preferences(preferences)
+AppDelegate::AppDelegate(Preferences &preferences, std::unique_ptr<CaptureBackend> backend,
+                         QObject *parent)
+    : QObject(parent), m_preferences(preferences), m_givenBackend(std::move(backend))
 {}
 
 AppDelegate::~AppDelegate()
 {
-    // The engine's signals reach into the window controller: stop and drop it first.
+    // The menus go before what their actions reach; the engine's signals reach into the window
+    // controller: stop and drop it next.
+    m_permissionAlert.reset();
+    m_statusItem.reset();
+    m_statusMenu.reset();
+    m_toolbarFramingMenu.reset();
+    m_trayFramingMenu.reset();
+    m_fitWindowList.reset();
     if (m_captureEngine) {
         m_captureEngine->stop();
     }
@@ -40,8 +58,12 @@ void AppDelegate::applicationDidFinishLaunching()
     FramePreferences framePreferences(m_preferences, currentScreenLayout);
     m_windowController =
         std::make_unique<LookpaneWindowController>(m_preferences, framePreferences.restoredFrame());
-    auto backend = std::make_unique<x11::X11CaptureBackend>();
-    m_backend = backend.get();
+    std::unique_ptr<CaptureBackend> backend = std::move(m_givenBackend);
+    if (!backend) {
+        auto x11Backend = std::make_unique<x11::X11CaptureBackend>();
+        m_backend = x11Backend.get();
+        backend = std::move(x11Backend);
+    }
     m_captureEngine = std::make_unique<ScreenCaptureEngine>(std::move(backend));
 
     // Meeting applications that share the share window read its true contents even where the
@@ -55,33 +77,104 @@ void AppDelegate::applicationDidFinishLaunching()
     connect(m_captureEngine.get(), &ScreenCaptureEngine::stateChanged, this,
             &AppDelegate::handleCaptureStateChange);
 
-    // 6. The frame's changes drive the capture.
-    connect(m_windowController.get(), &LookpaneWindowController::frameChanged, this,
+    // 6. The frame's changes drive the capture and the menu.
+    LookpaneWindowController *controller = m_windowController.get();
+    connect(controller, &LookpaneWindowController::frameChanged, this,
             [this](const ScreenRect &rect, QScreen *screen) {
                 m_captureEngine->updateRegion(rect, captureDisplay(screen));
             });
-    connect(m_windowController.get(), &LookpaneWindowController::visibilityChanged, this,
-            [this](bool visible) {
-                if (visible) {
-                    startCapture();
-                } else {
-                    m_captureEngine->stop();
-                }
-            });
+    connect(controller, &LookpaneWindowController::visibilityChanged, this, [this](bool visible) {
+        if (visible) {
+            startCapture();
+        } else {
+            m_captureEngine->stop();
+        }
+        updateMenu();
+    });
+    for (auto signal : {&LookpaneWindowController::clickThroughChanged,
+                        &LookpaneWindowController::drawingModeChanged}) {
+        connect(controller, signal, this, &AppDelegate::updateMenu);
+    }
+    connect(controller, &LookpaneWindowController::modeChanged, this, &AppDelegate::updateMenu);
+    // The clear item shows only while there are marks, however they came or went.
+    connect(&controller->annotations(), &AnnotationStore::changed, this, &AppDelegate::updateMenu);
 
+    // 7. The stored shortcuts' defaults, so that the tool keys and the menu's suffixes work.
+    ShortcutPreferences(m_preferences).registerDefaults();
+    ToolShortcutPreferences(m_preferences).registerDefaults();
+    controller->updateToolbar();
+
+    // 9. and 10. The tray icon with the status menu, and the toolbar's framing menu.
+    configureStatusItem();
     installApplicationShortcuts();
 
     // 11. Showing the frame reports it visible, which starts the capture.
-    m_windowController->show();
+    controller->show();
+}
+
+std::unique_ptr<FramingMenu> AppDelegate::makeFramingMenu()
+{
+    auto menu = std::make_unique<FramingMenu>(*m_fitWindowList);
+    FramingMenu *framing = menu.get();
+    connect(framing, &FramingMenu::aboutToShow, this,
+            [this, framing] { framing->showRatio(m_windowController->ratio()); });
+    connect(framing, &FramingMenu::ratioChosen, this, &AppDelegate::selectRatio);
+    connect(framing, &FramingMenu::sizePresetChosen, this, &AppDelegate::selectSizePreset);
+    return menu;
+}
+
+void AppDelegate::configureStatusItem()
+{
+    m_fitWindowList = std::make_unique<FitWindowList>(
+        [this](std::function<void(std::vector<ShareableWindow>)> done) {
+            m_captureEngine->shareableWindows(std::move(done));
+        });
+    connect(m_fitWindowList.get(), &FitWindowList::windowChosen, this, &AppDelegate::fitToWindow);
+    m_trayFramingMenu = makeFramingMenu();
+    m_toolbarFramingMenu = makeFramingMenu();
+
+    m_statusMenu = std::make_unique<StatusMenu>(m_trayFramingMenu->menu());
+    StatusMenu *menu = m_statusMenu.get();
+    connect(menu, &StatusMenu::toggleCapture, this, &AppDelegate::toggleCapture);
+    connect(menu, &StatusMenu::toggleFrameVisibility, this, &AppDelegate::toggleFrameVisibility);
+    connect(menu, &StatusMenu::enterMoveMode, this, &AppDelegate::enterMoveMode);
+    connect(menu, &StatusMenu::toggleMode, this, &AppDelegate::toggleMode);
+    connect(menu, &StatusMenu::toggleDrawingMode, this, &AppDelegate::toggleDrawingMode);
+    connect(menu, &StatusMenu::clearAnnotations, this, &AppDelegate::clearAnnotations);
+    connect(menu, &StatusMenu::togglePrivacyBlur, this, &AppDelegate::togglePrivacyBlur);
+    connect(menu, &StatusMenu::toggleAlwaysOnTop, this, &AppDelegate::toggleAlwaysOnTop);
+    connect(menu, &StatusMenu::toggleClickThrough, this, &AppDelegate::toggleClickThrough);
+    connect(menu, &StatusMenu::openSettings, this, &AppDelegate::openSettings);
+    connect(menu, &StatusMenu::openGuide, this, &AppDelegate::openGuide);
+    connect(menu, &StatusMenu::showAbout, this, &AppDelegate::showAbout);
+    connect(menu, &StatusMenu::quit, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+    // Marks drawn or taken away since the last change are counted when the menu opens.
+    connect(menu->menu(), &QMenu::aboutToShow, this, &AppDelegate::updateMenu);
+
+    m_statusItem = std::make_unique<StatusItem>(QApplication::windowIcon(), menu->menu());
+
+    FrameToolbarWindowController *toolbar = m_windowController->toolbar();
+    toolbar->framingMenu = m_toolbarFramingMenu->menu();
+    toolbar->contextMenu = menu->menu();
+
+    m_permissionAlert = std::make_unique<PermissionAlert>();
+    connect(m_permissionAlert.get(), &PermissionAlert::tryAgain, this, &AppDelegate::startCapture);
+    connect(m_permissionAlert.get(), &PermissionAlert::quit, qApp, &QCoreApplication::quit,
+            Qt::QueuedConnection);
+    updateMenu();
 }
 
 void AppDelegate::installApplicationShortcuts()
 {
-    // Linux windows have no global menu bar: Ctrl+Q works in every Lookpane window instead.
-    auto *quit =
-        new QShortcut(QKeySequence(QStringLiteral("Ctrl+Q")), m_windowController->frameWindow());
-    quit->setContext(Qt::ApplicationShortcut);
-    connect(quit, &QShortcut::activated, qApp, &QCoreApplication::quit);
+    // Linux windows have no menu bar: the menu's Ctrl+, Ctrl+? and Ctrl+Q work in every
+    // Lookpane window instead.
+    const QList<QWidget *> windows = {m_windowController->frameWindow(),
+                                      m_windowController->shareWindow(),
+                                      m_windowController->toolbar()->window()};
+    for (QWidget *window : windows) {
+        window->addActions({m_statusMenu->settingsAction(), m_statusMenu->guideAction(),
+                            m_statusMenu->quitAction()});
+    }
 }
 
 void AppDelegate::applicationWillTerminate()
@@ -109,6 +202,7 @@ void AppDelegate::startCapture()
     window.contentRect = m_windowController->contentRect();
     window.screen = captureDisplay(m_windowController->screen());
     m_captureEngine->start(window);
+    updateMenu();
 }
 
 void AppDelegate::handleCaptureStateChange(const ScreenCaptureState &state)
@@ -126,11 +220,151 @@ void AppDelegate::handleCaptureStateChange(const ScreenCaptureState &state)
     case ScreenCaptureState::Kind::permissionRequired:
         setCaptureMessage(
             QStringLiteral("Allow screen sharing for Lookpane, then choose Start capture"));
+        showPermissionAlert();
         break;
     case ScreenCaptureState::Kind::failed:
         setCaptureMessage(state.message());
         break;
     }
+    updateMenu();
+}
+
+void AppDelegate::showPermissionAlert()
+{
+    if (m_permissionAlert) {
+        m_permissionAlert->show();
+    }
+}
+
+void AppDelegate::updateMenu()
+{
+    if (!m_statusMenu) {
+        return;
+    }
+    const LookpaneWindowController &controller = *m_windowController;
+    const AnnotationStore &marks = m_windowController->annotations();
+    const ShortcutPreferences shortcuts(m_preferences);
+    StatusMenuState state;
+    state.captureState = m_captureEngine->state().kind();
+    state.captureRunning = m_captureEngine->isRunning();
+    state.frameVisible = controller.isFrameVisible();
+    state.mode = controller.mode();
+    state.privacyBlur = controller.isPrivacyBlurActive();
+    state.drawing = controller.isDrawing();
+    state.clickThrough = controller.clickThrough();
+    state.alwaysOnTop = controller.alwaysOnTop();
+    state.hasMarks = !marks.annotations().empty() || marks.draft().has_value();
+    state.blurShortcut = shortcuts.combo(ShortcutAction::privacyBlur);
+    state.drawingShortcut = shortcuts.combo(ShortcutAction::drawingMode);
+    state.clearShortcut = shortcuts.combo(ShortcutAction::clearAnnotations);
+    m_statusMenu->update(state);
+    m_windowController->toolbar()->setTrayAvailable(StatusItem::isTrayAvailable());
+}
+
+// --- menu actions ---------------------------------------------------------------------------
+
+void AppDelegate::toggleCapture()
+{
+    if (m_captureEngine->isRunning()) {
+        m_captureEngine->stop();
+    } else {
+        startCapture();
+    }
+}
+
+void AppDelegate::toggleFrameVisibility()
+{
+    if (m_windowController->isFrameVisible()) {
+        m_windowController->hide();
+    } else {
+        m_windowController->show();
+    }
+    updateMenu();
+}
+
+void AppDelegate::enterMoveMode()
+{
+    m_windowController->beginMoveMode();
+    updateMenu();
+}
+
+void AppDelegate::toggleMode()
+{
+    m_windowController->setMode(toggled(m_windowController->mode()));
+    updateMenu();
+}
+
+void AppDelegate::toggleClickThrough()
+{
+    m_windowController->toggleClickThrough();
+    updateMenu();
+}
+
+void AppDelegate::togglePrivacyBlur()
+{
+    m_windowController->setPrivacyBlur(!m_windowController->isPrivacyBlurActive());
+    updateMenu();
+}
+
+void AppDelegate::toggleDrawingMode()
+{
+    m_windowController->setDrawingMode(!m_windowController->isDrawing());
+    updateMenu();
+}
+
+void AppDelegate::toggleAlwaysOnTop()
+{
+    m_windowController->setAlwaysOnTop(!m_windowController->alwaysOnTop());
+    updateMenu();
+}
+
+void AppDelegate::clearAnnotations()
+{
+    m_windowController->clearAnnotations();
+    updateMenu();
+}
+
+void AppDelegate::openSettings()
+{
+    // The settings window does not exist yet.
+    qCDebug(lcApp, "Settings asked for; there is no settings window yet");
+}
+
+void AppDelegate::openGuide()
+{
+    // The guide window does not exist yet.
+    qCDebug(lcApp, "The guide asked for; there is no guide window yet");
+}
+
+void AppDelegate::showAbout()
+{
+    QMessageBox::about(
+        nullptr, QStringLiteral("About Lookpane"),
+        QStringLiteral("<b>Lookpane %1</b><p>Mirrors a part of your screen into a window of its "
+                       "own, for sharing in video meetings.</p>")
+            .arg(QCoreApplication::applicationVersion().toHtmlEscaped()));
+}
+
+void AppDelegate::selectRatio(FrameRatio ratio)
+{
+    m_windowController->setRatio(ratio);
+    updateMenu();
+}
+
+void AppDelegate::selectSizePreset(int index)
+{
+    const auto presets = FrameSizePreset::all();
+    if (index < 0 || index >= static_cast<int>(presets.size())) {
+        return;
+    }
+    m_windowController->applySizePreset(presets[static_cast<std::size_t>(index)]);
+    updateMenu();
+}
+
+void AppDelegate::fitToWindow(const ShareableWindow &window)
+{
+    m_windowController->snapTo(window.frame);
+    updateMenu();
 }
 
 void AppDelegate::setCaptureMessage(const std::optional<QString> &message)

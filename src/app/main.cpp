@@ -1,4 +1,5 @@
 #include "app/AppDelegate.h"
+#include "app/CommandLine.h"
 #include "app/SingleInstance.h"
 #include "app/UnixSignalQuitter.h"
 #include "model/Preferences.h"
@@ -6,12 +7,50 @@
 #include <QApplication>
 #include <QIcon>
 
+#include <cstdio>
+
+namespace {
+
+void describeApplication()
+{
+    QCoreApplication::setOrganizationName(QStringLiteral("Lookpane"));
+    QCoreApplication::setApplicationName(QStringLiteral("Lookpane"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(LOOKPANE_VERSION));
+}
+
+// --help, --version and mistakes are answered without a display; none to go on.
+std::optional<int> answerCommandLine(int argc, char *argv[])
+{
+    QCoreApplication commandLine(argc, argv);
+    describeApplication();
+    const lookpane::CommandLineRequest request =
+        lookpane::readCommandLine(QCoreApplication::arguments());
+    if (request.output) {
+        std::fputs(qPrintable(*request.output), request.toStandardError ? stderr : stdout);
+        return request.exitCode;
+    }
+    if (const std::optional<QString> problem = lookpane::displayProblem()) {
+        std::fprintf(stderr, "lookpane: %s\n", qPrintable(*problem));
+        return 1;
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
 int main(int argc, char *argv[])
 {
+    if (const std::optional<int> exitCode = answerCommandLine(argc, argv)) {
+        return *exitCode;
+    }
+    // Lookpane's windows need X11 (an input shape, a place of their own on the screen); in a
+    // Wayland session they run on XWayland.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        qputenv("QT_QPA_PLATFORM", "xcb");
+    }
+
     QApplication app(argc, argv);
-    QApplication::setOrganizationName(QStringLiteral("Lookpane"));
-    QApplication::setApplicationName(QStringLiteral("Lookpane"));
-    QApplication::setApplicationVersion(QStringLiteral(LOOKPANE_VERSION));
+    describeApplication();
     QApplication::setDesktopFileName(QStringLiteral("lookpane"));
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/lookpane/lookpane.svg")));
     // Closing Lookpane's windows never quits it.

@@ -51,6 +51,20 @@ FrameToolbarWindowController::FrameToolbarWindowController(QObject *parent)
 {
     makeContentView();
     sizePanelToFit();
+    m_panel->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(m_panel.get(), &QWidget::customContextMenuRequested, this, [this](const QPoint &at) {
+        if (QMenu *menu = contextMenu.data()) {
+            menu->popup(m_panel->mapToGlobal(at));
+        }
+    });
+}
+
+void FrameToolbarWindowController::setTrayAvailable(bool available)
+{
+    m_hideButton->setToolTip(available
+                                 ? QStringLiteral("Hide Lookpane (it stays in the tray)")
+                                 : QStringLiteral("Hide Lookpane (open Lookpane again to bring "
+                                                  "it back)"));
 }
 
 FrameToolbarWindowController::~FrameToolbarWindowController() = default;

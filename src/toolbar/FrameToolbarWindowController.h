@@ -44,6 +44,14 @@ public:
     // The aspect-ratio and size menu, built and kept current by the application; until it is
     // set the framing button does nothing.
     QPointer<QMenu> framingMenu;
+    // The application's menu (the tray icon's), opened by a right-click anywhere on the strip:
+    // where the desktop has no tray this is the way to it. Until it is set a right-click does
+    // nothing.
+    QPointer<QMenu> contextMenu;
+
+    // Whether the desktop shows Lookpane's tray icon; the hide button's tooltip then says
+    // where Lookpane went.
+    void setTrayAvailable(bool available);
 
     // The panel (a frameless top-level widget). The owner shows, hides, raises and places it.
     QWidget *window() const;

@@ -9,5 +9,6 @@
 #include "picture/PictureBlur.h"
 #include "platform/x11/X11WindowTraits.h"
 #include "render/CaptureRenderer.h"
+#include "shell/StatusMenu.h"
 #include "shortcuts/GlobalHotKeyCenter.h"
 #include "toolbar/FrameToolbarWindowController.h"

@@ -1,4 +1,5 @@
 // The toolbar's rows, controls, callbacks and update(...), on the test's private X server.
+#include "QtWait.h"
 #include "ToolbarTestSupport.h"
 
 #include "model/SystemColors.h"
@@ -88,6 +89,27 @@ TEST_F(ToolbarControls, BaseRowHoldsItsControlsInOrderWithSeparators)
     for (QWidget *view : toolbar.drawingViews()) {
         EXPECT_FALSE(view->isVisible()) << view->toolTip().toStdString();
     }
+}
+
+TEST_F(ToolbarControls, WithoutATrayTheHideButtonDoesNotPromiseOne)
+{
+    toolbar.setTrayAvailable(false);
+    EXPECT_EQ(toolbar.hideButton()->toolTip(),
+              "Hide Lookpane (open Lookpane again to bring it back)");
+    toolbar.setTrayAvailable(true);
+    EXPECT_EQ(toolbar.hideButton()->toolTip(), "Hide Lookpane (it stays in the tray)");
+}
+
+TEST_F(ToolbarControls, ARightClickOpensTheContextMenuOnceThereIsOne)
+{
+    QMenu menu;
+    menu.addAction(QStringLiteral("Quit Lookpane"));
+    Q_EMIT toolbar.window()->customContextMenuRequested(QPoint(4, 4)); // no menu yet: nothing
+    EXPECT_FALSE(menu.isVisible());
+    toolbar.contextMenu = &menu;
+    Q_EMIT toolbar.window()->customContextMenuRequested(QPoint(4, 4));
+    EXPECT_TRUE(waitUntil([&] { return menu.isVisible(); }));
+    menu.hide();
 }
 
 TEST_F(ToolbarControls, DrawingRowHoldsItsControlsInOrderWithSeparators)

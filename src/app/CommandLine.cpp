@@ -1,0 +1,54 @@
+#include "app/CommandLine.h"
+
+#include "platform/x11/XcbConnection.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+
+#include <xcb/xcb.h>
+
+namespace lookpane {
+
+CommandLineRequest readCommandLine(const QStringList &arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Mirrors a part of the screen into a window of its own, for sharing in "
+                       "video meetings."));
+    const QCommandLineOption help = parser.addHelpOption();
+    const QCommandLineOption version = parser.addVersionOption();
+
+    CommandLineRequest request;
+    if (!parser.parse(arguments)) {
+        request.output = parser.errorText() + QLatin1Char('\n');
+        request.toStandardError = true;
+        request.exitCode = 2;
+    } else if (parser.isSet(help)) {
+        request.output = parser.helpText();
+    } else if (parser.isSet(version)) {
+        request.output = QCoreApplication::applicationName() + QLatin1Char(' ') +
+                         QCoreApplication::applicationVersion() + QLatin1Char('\n');
+    } else if (!parser.positionalArguments().isEmpty()) {
+        request.output = QStringLiteral("lookpane: unexpected argument '%1'; see lookpane --help\n")
+                             .arg(parser.positionalArguments().constFirst());
+        request.toStandardError = true;
+        request.exitCode = 2;
+    }
+    return request;
+}
+
+std::optional<QString> displayProblem()
+{
+    const QString display = qEnvironmentVariable("DISPLAY");
+    if (display.isEmpty()) {
+        return QStringLiteral("Lookpane needs an X11 display, and DISPLAY is not set (in a Wayland "
+                              "session, XWayland provides one)");
+    }
+    const x11::OwnedConnection connection(xcb_connect(nullptr, nullptr));
+    if (!connection || xcb_connection_has_error(connection.get()) != 0) {
+        return QStringLiteral("Lookpane cannot open the X display \"%1\"").arg(display);
+    }
+    return std::nullopt;
+}
+
+} // namespace lookpane

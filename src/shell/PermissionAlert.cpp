@@ -1,0 +1,52 @@
+#include "shell/PermissionAlert.h"
+
+#include <QMessageBox>
+#include <QPushButton>
+
+namespace lookpane {
+
+PermissionAlert::PermissionAlert(QObject *parent) : QObject(parent) {}
+
+PermissionAlert::~PermissionAlert()
+{
+    // Deletes itself once closed.
+    if (m_box) {
+        m_box->close();
+    }
+}
+
+void PermissionAlert::show()
+{
+    if (m_box) {
+        return;
+    }
+    auto *box = new QMessageBox(QMessageBox::Warning, QStringLiteral("Lookpane"),
+                                QStringLiteral("Screen Recording permission required"));
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setInformativeText(QStringLiteral(
+        "Lookpane needs permission to record the screen to mirror the apps beneath the Lookpane "
+        "window.\n\nAllow screen sharing for Lookpane when your desktop asks, then choose Start "
+        "capture in the Lookpane tray menu."));
+    QPushButton *tryAgain = box->addButton(QStringLiteral("Try Again"), QMessageBox::AcceptRole);
+    QPushButton *quit =
+        box->addButton(QStringLiteral("Quit Lookpane"), QMessageBox::DestructiveRole);
+    QPushButton *later = box->addButton(QStringLiteral("Later"), QMessageBox::RejectRole);
+    box->setDefaultButton(tryAgain);
+    box->setEscapeButton(later);
+    connect(box, &QMessageBox::buttonClicked, this,
+            [this, tryAgain, quit](QAbstractButton *button) {
+                if (button == tryAgain) {
+                    Q_EMIT this->tryAgain();
+                } else if (button == quit) {
+                    Q_EMIT this->quit();
+                }
+            });
+    // Closed is closed, whenever Qt gets round to deleting it.
+    connect(box, &QDialog::finished, this, [this] { m_box.clear(); });
+    m_box = box;
+    box->open();
+    box->raise();
+    box->activateWindow();
+}
+
+} // namespace lookpane

@@ -1,0 +1,7 @@
+#include "shell/ShellLog.h"
+
+namespace lookpane {
+
+Q_LOGGING_CATEGORY(lcShell, "lookpane.shell", QtWarningMsg)
+
+} // namespace lookpane

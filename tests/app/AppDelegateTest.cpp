@@ -1,0 +1,219 @@
+// The application controller with real windows on a private X server and a scripted capture
+// backend: the status menu, its actions, reopening and the permission alert.
+#include "QtWait.h"
+#include "ScriptedCaptureBackend.h"
+#include "TestDisplay.h"
+
+#include "app/AppDelegate.h"
+#include "app/LookpaneWindowController.h"
+#include "capture/ScreenCaptureEngine.h"
+#include "model/Preferences.h"
+#include "shell/FramingMenu.h"
+#include "shell/PermissionAlert.h"
+#include "shell/StatusMenu.h"
+#include "toolbar/FrameToolbarWindowController.h"
+
+#include <gtest/gtest.h>
+
+#include <QAction>
+#include <QApplication>
+#include <QMenu>
+#include <QMessageBox>
+#include <QTemporaryDir>
+
+using namespace lookpane;
+using namespace lookpane::testing;
+
+namespace {
+
+int openMessageBoxes()
+{
+    int count = 0;
+    for (QWidget *widget : QApplication::topLevelWidgets()) {
+        if (qobject_cast<QMessageBox *>(widget) && widget->isVisible()) {
+            ++count;
+        }
+    }
+    return count;
+}
+
+class AppDelegateTest : public ::testing::Test
+{
+protected:
+    static void SetUpTestSuite() { ASSERT_TRUE(testDisplay().startWindowManager()); }
+
+    void SetUp() override
+    {
+        ASSERT_TRUE(m_settingsFolder.isValid());
+        m_preferences = std::make_unique<Preferences>(m_settingsFolder.filePath("Lookpane.conf"));
+        auto backend = std::make_unique<ScriptedCaptureBackend>();
+        backend->accessAnswer = accessGranted;
+        m_backend = backend.get();
+        m_delegate = std::make_unique<AppDelegate>(*m_preferences, std::move(backend));
+    }
+
+    void TearDown() override { m_delegate.reset(); }
+
+    LookpaneWindowController &controller() { return *m_delegate->windowController(); }
+    StatusMenu &menu() { return *m_delegate->statusMenu(); }
+
+    // Whether the request for access was answered yes (capture then goes on to the content
+    // list, which this test leaves unanswered) or no (permission required).
+    bool accessGranted = true;
+    QTemporaryDir m_settingsFolder;
+    std::unique_ptr<Preferences> m_preferences;
+    ScriptedCaptureBackend *m_backend = nullptr;
+    std::unique_ptr<AppDelegate> m_delegate;
+};
+
+class AppDelegateWithoutPermission : public AppDelegateTest
+{
+protected:
+    void SetUp() override
+    {
+        accessGranted = false;
+        AppDelegateTest::SetUp();
+    }
+};
+
+} // namespace
+
+TEST_F(AppDelegateTest, TheStatusMenuExistsBeforeTheFrameIsFirstShown)
+{
+    m_delegate->applicationDidFinishLaunching();
+    // Showing the frame started the capture and refreshed the menu on the way, before any
+    // event ran: the items were there by then.
+    EXPECT_EQ(menu().statusAction()->text(), "Starting capture…");
+    EXPECT_EQ(menu().visibilityAction()->text(), "Hide Lookpane window");
+    EXPECT_TRUE(menu().blurAction()->isEnabled());
+    EXPECT_EQ(menu().blurAction()->text(), "Blur for viewers: Off  (Ctrl+Alt+Super+B)");
+    EXPECT_FALSE(menu().clearMarksAction()->isVisible());
+}
+
+TEST_F(AppDelegateTest, ReopeningWithTheFrameHiddenShowsItAndStartsCapture)
+{
+    m_delegate->applicationDidFinishLaunching();
+    menu().visibilityAction()->trigger();
+    ASSERT_FALSE(controller().isFrameVisible());
+    ASSERT_TRUE(m_delegate->captureEngine()->state().isIdle());
+    EXPECT_EQ(menu().visibilityAction()->text(), "Show Lookpane window");
+    EXPECT_FALSE(menu().captureAction()->isEnabled());
+
+    m_delegate->applicationShouldHandleReopen();
+    EXPECT_TRUE(controller().isFrameVisible());
+    EXPECT_TRUE(m_delegate->captureEngine()->state().isStarting());
+    EXPECT_EQ(menu().visibilityAction()->text(), "Hide Lookpane window");
+}
+
+TEST_F(AppDelegateTest, ReopeningWithTheFrameVisibleChangesNothing)
+{
+    m_delegate->applicationDidFinishLaunching();
+    ASSERT_TRUE(waitUntil([&] { return !m_backend->pendingContent.empty(); }));
+    const ScreenRect frame = controller().contentRect();
+    int visibilityReports = 0;
+    QObject::connect(&controller(), &LookpaneWindowController::visibilityChanged,
+                     [&] { ++visibilityReports; });
+
+    m_delegate->applicationShouldHandleReopen();
+    EXPECT_TRUE(controller().isFrameVisible());
+    EXPECT_EQ(controller().contentRect(), frame);
+    EXPECT_EQ(visibilityReports, 0);
+    EXPECT_TRUE(m_delegate->captureEngine()->state().isStarting());
+}
+
+TEST_F(AppDelegateTest, StopAndStartCaptureFromTheMenu)
+{
+    m_delegate->applicationDidFinishLaunching();
+    ASSERT_TRUE(waitUntil([&] { return !m_backend->pendingContent.empty(); }));
+    EXPECT_EQ(menu().captureAction()->text(), "Start capture"); // still starting
+
+    m_delegate->captureEngine()->stop();
+    ASSERT_TRUE(waitUntil([&] { return menu().statusAction()->text() == "Capture stopped"; }));
+    menu().captureAction()->trigger();
+    EXPECT_TRUE(m_delegate->captureEngine()->state().isStarting());
+    EXPECT_EQ(menu().statusAction()->text(), "Starting capture…");
+}
+
+TEST_F(AppDelegateTest, TheSwitchesOfTheMenuReachTheWindowsAndTheirTitlesFollow)
+{
+    m_delegate->applicationDidFinishLaunching();
+    menu().blurAction()->trigger();
+    EXPECT_TRUE(controller().isPrivacyBlurActive());
+    EXPECT_EQ(menu().blurAction()->text(), "Blur for viewers: On  (Ctrl+Alt+Super+B)");
+
+    menu().modeAction()->trigger();
+    EXPECT_EQ(controller().mode(), ShareMode::detached);
+    EXPECT_EQ(menu().modeAction()->text(), "Detached preview: On");
+    EXPECT_EQ(menu().moveAction()->text(), "Move or resize selection");
+
+    const bool onTop = controller().alwaysOnTop();
+    menu().alwaysOnTopAction()->trigger();
+    EXPECT_EQ(controller().alwaysOnTop(), !onTop);
+
+    const bool clickThrough = controller().clickThrough();
+    menu().clickThroughAction()->trigger();
+    EXPECT_EQ(controller().clickThrough(), !clickThrough);
+    EXPECT_EQ(menu().clickThroughAction()->text(),
+              clickThrough ? "Click-through: Off" : "Click-through: On");
+
+    menu().drawingAction()->trigger();
+    EXPECT_TRUE(controller().isDrawing());
+    EXPECT_EQ(menu().drawingAction()->text(), "Drawing mode: On  (Ctrl+Alt+Super+D)");
+}
+
+TEST_F(AppDelegateTest, TheClearItemAppearsWithAMarkAndTakesThemAll)
+{
+    m_delegate->applicationDidFinishLaunching();
+    Annotation mark;
+    mark.tool = AnnotationTool::line;
+    mark.points = {QPointF(0.1, 0.1), QPointF(0.5, 0.5)};
+    controller().annotations().setDraft(mark);
+    controller().annotations().commitDraft();
+    EXPECT_TRUE(menu().clearMarksAction()->isVisible());
+    EXPECT_EQ(menu().clearMarksAction()->text(), "Remove all marks  (Ctrl+Alt+Super+E)");
+
+    menu().clearMarksAction()->trigger();
+    EXPECT_TRUE(controller().annotations().annotations().empty());
+    EXPECT_FALSE(menu().clearMarksAction()->isVisible());
+}
+
+TEST_F(AppDelegateTest, BothFramingMenusLockTheRatioAndSetTheExactSize)
+{
+    m_delegate->applicationDidFinishLaunching();
+    EXPECT_EQ(controller().toolbar()->framingMenu.data(), m_delegate->toolbarFramingMenu()->menu());
+    EXPECT_NE(m_delegate->toolbarFramingMenu(), m_delegate->trayFramingMenu());
+
+    m_delegate->trayFramingMenu()->ratioActions().at(2)->trigger(); // 16:10
+    EXPECT_EQ(controller().ratio(), FrameRatio::mac);
+    m_delegate->toolbarFramingMenu()->sizeActions().at(0)->trigger(); // 1280 × 720
+    EXPECT_EQ(controller().ratio(), FrameRatio::widescreen);
+    EXPECT_TRUE(waitUntil([&] { return controller().contentRect().size() == QSizeF(1280, 720); }));
+}
+
+TEST_F(AppDelegateTest, TheToolbarsRightClickOpensTheStatusMenu)
+{
+    m_delegate->applicationDidFinishLaunching();
+    EXPECT_EQ(controller().toolbar()->contextMenu.data(), menu().menu());
+    QWidget *toolbar = controller().toolbar()->window();
+    ASSERT_TRUE(waitUntil([&] { return toolbar->isVisible(); }));
+    Q_EMIT toolbar->customContextMenuRequested(QPoint(5, 5));
+    EXPECT_TRUE(waitUntil([&] { return menu().menu()->isVisible(); }));
+    menu().menu()->hide();
+}
+
+TEST_F(AppDelegateWithoutPermission, ARefusalOpensOneAlertHoweverOftenItComes)
+{
+    m_delegate->applicationDidFinishLaunching();
+    ASSERT_TRUE(waitUntil([&] { return m_delegate->permissionAlert()->isShowing(); }));
+    EXPECT_EQ(menu().statusAction()->text(), "Screen Recording permission required");
+
+    // Asked again while the alert is open: refused again, and still one alert.
+    int refusals = 0;
+    QObject::connect(
+        m_delegate->captureEngine(), &ScreenCaptureEngine::stateChanged,
+        [&](const ScreenCaptureState &state) { refusals += state.isPermissionRequired() ? 1 : 0; });
+    menu().captureAction()->trigger();
+    ASSERT_TRUE(waitUntil([&] { return refusals == 1; }));
+    EXPECT_TRUE(m_delegate->permissionAlert()->isShowing());
+    EXPECT_EQ(openMessageBoxes(), 1);
+}
