@@ -26,8 +26,7 @@ void BorderlessWindow::mousePressEvent(QMouseEvent *event)
     }
     m_pressGlobal = event->globalPosition();
     m_startGeometry = geometry();
-    m_edges = m_resizable ? EdgeResize::edgesAt(event->position(), QSizeF(size()), edgeBand)
-                          : Qt::Edges();
+    m_edges = resizeEdgesAt(event->position());
     if (m_edges) {
         m_drag = Drag::resizing;
         Q_EMIT liveResizeBegan();
@@ -71,10 +70,17 @@ void BorderlessWindow::mouseReleaseEvent(QMouseEvent *event)
     event->accept();
 }
 
+Qt::Edges BorderlessWindow::resizeEdgesAt(const QPointF &position) const
+{
+    if (!m_resizable) {
+        return {};
+    }
+    return EdgeResize::resizeEdgesAt(position, QSizeF(size()), edgeBand, EdgeResize::resizeGrip);
+}
+
 void BorderlessWindow::updateCursor(const QPointF &position)
 {
-    const Qt::Edges edges =
-        m_resizable ? EdgeResize::edgesAt(position, QSizeF(size()), edgeBand) : Qt::Edges();
+    const Qt::Edges edges = resizeEdgesAt(position);
     Qt::CursorShape shape = Qt::ArrowCursor;
     if (edges == (Qt::LeftEdge | Qt::TopEdge) || edges == (Qt::RightEdge | Qt::BottomEdge)) {
         shape = Qt::SizeFDiagCursor;

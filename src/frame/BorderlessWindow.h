@@ -7,9 +7,11 @@
 
 namespace lookpane {
 
-// A frameless top-level window that the user moves by dragging its background and resizes
-// from 12-point bands along its edges, holding a locked aspect ratio while doing so. Both of
-// Lookpane's windows (the frame and the detached share window) are of this kind.
+// A frameless top-level window that the user moves by dragging its background and handles by
+// 12-point bands along its edges, as window managers' borders are handled: the outermost
+// points of an edge and the band near a corner resize (holding a locked aspect ratio), the rest
+// of the band moves the window, and the cursor shows which. Both of Lookpane's windows (the
+// frame and the detached share window) are of this kind.
 class BorderlessWindow : public QWidget
 {
     Q_OBJECT
@@ -55,6 +57,7 @@ private:
     };
 
     void updateCursor(const QPointF &position);
+    Qt::Edges resizeEdgesAt(const QPointF &position) const;
 
     std::optional<QSize> m_aspect;
     bool m_movableByBackground = true;

@@ -21,6 +21,31 @@ Qt::Edges edgesAt(const QPointF &position, const QSizeF &size, double band)
     return edges;
 }
 
+Qt::Edges resizeEdgesAt(const QPointF &position, const QSizeF &size, double band, double grip)
+{
+    if (edgesAt(position, size, band)) {
+        // Near a corner the whole band takes that corner, so that it is easy to hit.
+        const QSizeF reach(std::min(2 * band, size.width() / 2),
+                           std::min(2 * band, size.height() / 2));
+        Qt::Edges horizontal;
+        if (position.x() < reach.width()) {
+            horizontal = Qt::LeftEdge;
+        } else if (position.x() >= size.width() - reach.width()) {
+            horizontal = Qt::RightEdge;
+        }
+        Qt::Edges vertical;
+        if (position.y() < reach.height()) {
+            vertical = Qt::TopEdge;
+        } else if (position.y() >= size.height() - reach.height()) {
+            vertical = Qt::BottomEdge;
+        }
+        if (horizontal && vertical) {
+            return horizontal | vertical;
+        }
+    }
+    return edgesAt(position, size, grip);
+}
+
 QRectF resized(const QRectF &start, Qt::Edges edges, const QPointF &delta,
                const std::optional<QSize> &aspect, const QSizeF &minimum)
 {

@@ -573,3 +573,41 @@ TEST_F(FrameController, ALevelChangeKeepsTheShapesAndTheRoleOfTheBoxShownAgain)
     EXPECT_TRUE(controller->framePassesInteriorClicks());
     EXPECT_TRUE(log.ofType(QtWarningMsg).empty());
 }
+
+TEST_F(FrameController, WithClickThroughOnTheEdgeBandMovesTheBoxAndItsOutlineResizesIt)
+{
+    auto controller = makeController(QRect(300, 300, 640, 360));
+    ASSERT_TRUE(controller->clickThrough());
+    showAndWait(*controller);
+    ASSERT_TRUE(controller->framePassesInteriorClicks());
+    const QRect start = controller->frameWindow()->geometry();
+
+    // Eight points into the left band, halfway down: the box moves with the pointer.
+    const QPoint grip(start.x() + 8, start.y() + 180);
+    xdotool(display(), {"mousemove", "--sync", std::to_string(grip.x()), std::to_string(grip.y())});
+    xdotool(display(), {"mousedown", "1"});
+    xdotool(display(),
+            {"mousemove", "--sync", std::to_string(grip.x() + 40), std::to_string(grip.y() + 20)});
+    xdotool(display(),
+            {"mousemove", "--sync", std::to_string(grip.x() + 80), std::to_string(grip.y() + 40)});
+    EXPECT_TRUE(waitUntil(
+        [&] { return controller->frameWindow()->geometry() == start.translated(80, 40); }));
+    xdotool(display(), {"mouseup", "1"});
+
+    // The outermost points of the right edge resize it, 16:9 held.
+    controller->setRatio(FrameRatio::widescreen);
+    const QRect moved = controller->frameWindow()->geometry();
+    const QPoint edge(moved.right() - 1, moved.y() + 180);
+    xdotool(display(), {"mousemove", "--sync", std::to_string(edge.x()), std::to_string(edge.y())});
+    xdotool(display(), {"mousedown", "1"});
+    xdotool(display(),
+            {"mousemove", "--sync", std::to_string(edge.x() + 80), std::to_string(edge.y())});
+    xdotool(display(),
+            {"mousemove", "--sync", std::to_string(edge.x() + 160), std::to_string(edge.y())});
+    EXPECT_TRUE(waitUntil([&] { return controller->frameWindow()->width() == 800; }));
+    xdotool(display(), {"mouseup", "1"});
+    EXPECT_TRUE(waitUntil([&] { return !controller->isLiveResizing(); }));
+    EXPECT_EQ(controller->frameWindow()->geometry(), QRect(moved.topLeft(), QSize(800, 450)));
+    // Clicks still pass through the interior afterwards.
+    EXPECT_TRUE(controller->framePassesInteriorClicks());
+}

@@ -20,13 +20,14 @@ using namespace lookpane::testing;
 
 namespace {
 
-void waitUntil(const std::function<bool()> &condition, int timeoutMs = 5000)
+bool waitUntil(const std::function<bool()> &condition, int timeoutMs = 5000)
 {
     QElapsedTimer timer;
     timer.start();
     while (!condition() && timer.elapsed() < timeoutMs) {
         QApplication::processEvents(QEventLoop::AllEvents, 20);
     }
+    return condition();
 }
 
 void xdotool(const std::vector<std::string> &args)
@@ -134,7 +135,7 @@ TEST_F(ClickThrough, AnEmptyInputRegionLetsEveryClickThrough)
     EXPECT_EQ(*click, QPoint(2, 2));
 }
 
-TEST_F(ClickThrough, DraggingTheRightEdgeResizesAndHoldsTheLockedRatio)
+TEST_F(ClickThrough, DraggingTheRightEdgesOutermostPointsResizesAndHoldsTheLockedRatio)
 {
     BorderlessWindow frame;
     frame.setMinimumSize(320, 180);
@@ -151,13 +152,70 @@ TEST_F(ClickThrough, DraggingTheRightEdgeResizesAndHoldsTheLockedRatio)
             .viewable;
     });
     waitUntil([&] { return frame.geometry() == QRect(100, 100, 640, 360); });
-    xdotool({"mousemove", "--sync", "735", "280"});
+    // Two points in from the right edge (the window's last column is x = 739).
+    xdotool({"mousemove", "--sync", "737", "280"});
     xdotool({"mousedown", "1"});
-    xdotool({"mousemove", "--sync", "895", "280"});
+    xdotool({"mousemove", "--sync", "897", "280"});
     waitUntil([&] { return frame.width() == 800; });
     xdotool({"mouseup", "1"});
     waitUntil([&] { return ended == 1; });
     EXPECT_EQ(began, 1);
     EXPECT_EQ(ended, 1);
+    EXPECT_EQ(frame.geometry(), QRect(100, 100, 800, 450));
+}
+
+TEST_F(ClickThrough, TheRestOfAnEdgeBandMovesTheWindowWithAHand)
+{
+    BorderlessWindow frame;
+    frame.setMinimumSize(320, 180);
+    frame.setMovableByBackground(true);
+    frame.setGeometry(100, 100, 640, 360);
+    int began = 0;
+    QObject::connect(&frame, &BorderlessWindow::liveResizeBegan, [&] { ++began; });
+    frame.show();
+    waitUntil([&] {
+        return windowInfo(testDisplay().displayName(), frame.winId())
+            .value_or(WindowInfo{})
+            .viewable;
+    });
+    ASSERT_TRUE(waitUntil([&] { return frame.geometry() == QRect(100, 100, 640, 360); }));
+    // Eight points into the left band, halfway down.
+    xdotool({"mousemove", "--sync", "108", "280"});
+    ASSERT_TRUE(waitUntil([&] { return frame.cursor().shape() == Qt::OpenHandCursor; }));
+    xdotool({"mousedown", "1"});
+    xdotool({"mousemove", "--sync", "158", "300"});
+    xdotool({"mousemove", "--sync", "208", "320"});
+    EXPECT_TRUE(waitUntil([&] { return frame.geometry() == QRect(200, 140, 640, 360); }));
+    xdotool({"mouseup", "1"});
+    EXPECT_EQ(began, 0);
+
+    // The outermost points of the same edge show the resize cursor, a corner the diagonal one.
+    xdotool({"mousemove", "--sync", "201", "320"});
+    EXPECT_TRUE(waitUntil([&] { return frame.cursor().shape() == Qt::SizeHorCursor; }));
+    xdotool({"mousemove", "--sync", "206", "146"});
+    EXPECT_TRUE(waitUntil([&] { return frame.cursor().shape() == Qt::SizeFDiagCursor; }));
+}
+
+TEST_F(ClickThrough, ACornerResizesBothEdgesHoldingTheLockedRatio)
+{
+    BorderlessWindow frame;
+    frame.setMinimumSize(320, 180);
+    frame.setAspect(QSize(16, 9));
+    frame.setMovableByBackground(true);
+    frame.setGeometry(100, 100, 640, 360);
+    frame.show();
+    waitUntil([&] {
+        return windowInfo(testDisplay().displayName(), frame.winId())
+            .value_or(WindowInfo{})
+            .viewable;
+    });
+    ASSERT_TRUE(waitUntil([&] { return frame.geometry() == QRect(100, 100, 640, 360); }));
+    // Inside the bottom-right corner's band, 8 points in from both edges.
+    xdotool({"mousemove", "--sync", "731", "451"});
+    xdotool({"mousedown", "1"});
+    xdotool({"mousemove", "--sync", "811", "471"});
+    xdotool({"mousemove", "--sync", "891", "491"});
+    EXPECT_TRUE(waitUntil([&] { return frame.width() == 800; }));
+    xdotool({"mouseup", "1"});
     EXPECT_EQ(frame.geometry(), QRect(100, 100, 800, 450));
 }

@@ -13,6 +13,47 @@ TEST(EdgeResize, PressesNearTheEdgesGrabThoseEdges)
     EXPECT_EQ(EdgeResize::edgesAt({320, 180}, size, 12), Qt::Edges());
 }
 
+TEST(EdgeResize, TheOutermostPointsOfAnEdgeResizeAndTheRestOfItsBandMoves)
+{
+    const QSizeF size(640, 360);
+    const auto at = [&](double x, double y) {
+        return EdgeResize::resizeEdgesAt({x, y}, size, 12, EdgeResize::resizeGrip);
+    };
+    EXPECT_EQ(at(0, 180), Qt::Edges(Qt::LeftEdge));
+    EXPECT_EQ(at(3.5, 180), Qt::Edges(Qt::LeftEdge));
+    EXPECT_EQ(at(4, 180), Qt::Edges()); // in the band, past the grip: moves
+    EXPECT_EQ(at(11, 180), Qt::Edges());
+    EXPECT_EQ(at(637, 180), Qt::Edges(Qt::RightEdge));
+    EXPECT_EQ(at(630, 180), Qt::Edges());
+    EXPECT_EQ(at(320, 1), Qt::Edges(Qt::TopEdge));
+    EXPECT_EQ(at(320, 8), Qt::Edges());
+    EXPECT_EQ(at(320, 358), Qt::Edges(Qt::BottomEdge));
+    EXPECT_EQ(at(320, 180), Qt::Edges()); // the interior
+}
+
+TEST(EdgeResize, NearACornerTheWholeBandTakesTheCorner)
+{
+    const QSizeF size(640, 360);
+    const auto at = [&](double x, double y) {
+        return EdgeResize::resizeEdgesAt({x, y}, size, 12, EdgeResize::resizeGrip);
+    };
+    EXPECT_EQ(at(8, 8), Qt::LeftEdge | Qt::TopEdge);
+    EXPECT_EQ(at(23, 6), Qt::LeftEdge | Qt::TopEdge); // along the top band, 2 bands from it
+    EXPECT_EQ(at(6, 23), Qt::LeftEdge | Qt::TopEdge); // along the left band
+    EXPECT_EQ(at(24, 6), Qt::Edges());                // past it: the top band moves
+    EXPECT_EQ(at(632, 352), Qt::RightEdge | Qt::BottomEdge);
+    EXPECT_EQ(at(620, 6), Qt::RightEdge | Qt::TopEdge);
+    EXPECT_EQ(at(6, 340), Qt::LeftEdge | Qt::BottomEdge);
+    EXPECT_EQ(at(20, 20), Qt::Edges()); // inside the bands: the interior
+}
+
+TEST(EdgeResize, InASmallWindowTheCornersMeetHalfway)
+{
+    const QSizeF size(40, 30);
+    EXPECT_EQ(EdgeResize::resizeEdgesAt({6, 14}, size, 12, 4), Qt::LeftEdge | Qt::TopEdge);
+    EXPECT_EQ(EdgeResize::resizeEdgesAt({6, 15}, size, 12, 4), Qt::LeftEdge | Qt::BottomEdge);
+}
+
 TEST(EdgeResize, FreeResizeMovesOnlyTheDraggedEdges)
 {
     const QRectF start(100, 100, 640, 360);
