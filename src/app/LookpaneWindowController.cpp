@@ -11,6 +11,7 @@
 #include "frame/ScopeBorderView.h"
 #include "model/Preferences.h"
 #include "platform/x11/X11DesktopHints.h"
+#include "platform/x11/X11FrameWatcher.h"
 #include "platform/x11/X11PointerReleaseMonitor.h"
 #include "platform/x11/X11WindowTraits.h"
 #include "render/GlCaptureView.h"
@@ -87,6 +88,15 @@ LookpaneWindowController::LookpaneWindowController(Preferences &preferences,
                   "move mode then ends only at a release over Lookpane's own windows",
                   qPrintable(monitorFailure));
     }
+    // A window manager that starts, leaves or is replaced frames the windows anew, and copies
+    // their shapes onto its frames only when they change: set them again for it.
+    m_frameWatcher = std::make_unique<x11::X11FrameWatcher>();
+    m_frameWatcher->watch(frameWindow());
+    m_frameWatcher->watch(shareWindow());
+    connect(m_frameWatcher.get(), &x11::X11FrameWatcher::reframed, this, [this] {
+        updateMouseInteraction();
+        applyOutlineShape();
+    });
     applyRatioToWindow();
     applyMode();
 }

@@ -32,6 +32,7 @@ class ToolShortcutPreferences;
 class WindowPair;
 
 namespace x11 {
+class X11FrameWatcher;
 class X11PointerReleaseMonitor;
 }
 
@@ -183,6 +184,7 @@ private:
     std::unique_ptr<ApplicationEventTap> m_mouseUpTap;
     // Releases of the left button in other applications; none without XInput 2.2.
     std::unique_ptr<x11::X11PointerReleaseMonitor> m_pointerReleaseMonitor;
+    std::unique_ptr<x11::X11FrameWatcher> m_frameWatcher;
 };
 
 } // namespace lookpane

@@ -16,6 +16,7 @@
 #include "model/Preferences.h"
 #include "model/RectText.h"
 #include "model/ScreenCoordinates.h"
+#include "platform/x11/X11WindowTraits.h"
 #include "render/GlCaptureView.h"
 #include "shortcuts/ToolShortcutPreferences.h"
 #include "toolbar/FrameToolbarWindowController.h"
@@ -25,6 +26,7 @@
 
 #include <QApplication>
 
+#include <xcb/shape.h>
 #include <xcb/xcb.h>
 
 #include <QLineEdit>
@@ -32,6 +34,7 @@
 #include <QTemporaryDir>
 #include <QVBoxLayout>
 #include <QWindow>
+#include <algorithm>
 #include <cstdlib>
 
 using namespace lookpane;
@@ -51,6 +54,51 @@ bool isViewable(QWidget *window)
     return windowInfo(display(), static_cast<std::uint32_t>(window->windowHandle()->winId()))
         .value_or(WindowInfo{})
         .viewable;
+}
+
+// Where the clicks at the window's place may land, as X decides it: the input shape of the
+// window manager's frame around the window, or of the window itself when it has no frame.
+struct InputInEffect
+{
+    bool framed = false;      // a window manager's frame holds the window
+    std::vector<QRect> rects; // in the window's own coordinates, sorted
+
+    friend bool operator==(const InputInEffect &, const InputInEffect &) = default;
+};
+
+// None on any X failure.
+std::optional<InputInEffect> inputRegionInEffect(QWidget *window)
+{
+    xcb_connection_t *c = xcb_connect(display().c_str(), nullptr);
+    const std::unique_ptr<xcb_connection_t, void (*)(xcb_connection_t *)> owner(c, xcb_disconnect);
+    if (xcb_connection_has_error(c)) {
+        return std::nullopt;
+    }
+    window->winId();
+    const auto id = static_cast<xcb_window_t>(window->windowHandle()->winId());
+    std::unique_ptr<xcb_query_tree_reply_t, decltype(&std::free)> tree(
+        xcb_query_tree_reply(c, xcb_query_tree(c, id), nullptr), &std::free);
+    if (!tree) {
+        return std::nullopt;
+    }
+    const xcb_window_t shaped = tree->parent == tree->root ? id : tree->parent;
+    std::unique_ptr<xcb_shape_get_rectangles_reply_t, decltype(&std::free)> shape(
+        xcb_shape_get_rectangles_reply(c, xcb_shape_get_rectangles(c, shaped, XCB_SHAPE_SK_INPUT),
+                                       nullptr),
+        &std::free);
+    if (!shape) {
+        return std::nullopt;
+    }
+    InputInEffect input;
+    input.framed = shaped != id;
+    const xcb_rectangle_t *r = xcb_shape_get_rectangles_rectangles(shape.get());
+    for (int i = 0; i < xcb_shape_get_rectangles_rectangles_length(shape.get()); ++i) {
+        input.rects.emplace_back(r[i].x, r[i].y, r[i].width, r[i].height);
+    }
+    std::sort(input.rects.begin(), input.rects.end(), [](const QRect &a, const QRect &b) {
+        return std::pair(a.y(), a.x()) < std::pair(b.y(), b.x());
+    });
+    return input;
 }
 
 class FrameController : public ::testing::Test
@@ -610,4 +658,50 @@ TEST_F(FrameController, WithClickThroughOnTheEdgeBandMovesTheBoxAndItsOutlineRes
     EXPECT_EQ(controller->frameWindow()->geometry(), QRect(moved.topLeft(), QSize(800, 450)));
     // Clicks still pass through the interior afterwards.
     EXPECT_TRUE(controller->framePassesInteriorClicks());
+}
+
+// A window manager copies a client's input shape onto its frame only when the shape changes:
+// one that starts after the box was shaped would frame it with a window that swallows every
+// click. The box sets its shapes again whenever it is framed anew.
+TEST_F(FrameController, ClickThroughHoldsWhenTheWindowManagerLeavesAndComesBack)
+{
+    PatternWindow pattern(display(),
+                          PatternWindow::at(QRect(200, 200, 640, 360), Pattern::bars, "Beneath"));
+    ASSERT_TRUE(pattern.isShown());
+    const QRect beneath = windowInfo(display(), pattern.window()).value_or(WindowInfo{}).geometry;
+    auto controller = makeController(beneath);
+    ASSERT_TRUE(controller->clickThrough());
+    showAndWait(*controller);
+    BorderlessWindow *box = controller->frameWindow();
+    std::vector<QRect> bands = X11WindowTraits::edgeBands(box->size(), BorderlessWindow::edgeBand);
+    std::sort(bands.begin(), bands.end(), [](const QRect &a, const QRect &b) {
+        return std::pair(a.y(), a.x()) < std::pair(b.y(), b.x());
+    });
+    // The box takes clicks only in its bands, the share window under it none at all; framed by
+    // a window manager or not, as `framed` says.
+    const std::vector<QRect> nowhere = {QRect(-1, -1, 1, 1)};
+    const auto onlyTheBandsTakeClicks = [&](bool framed) {
+        return [&, framed] {
+            return inputRegionInEffect(box) == InputInEffect{framed, bands} &&
+                   inputRegionInEffect(controller->shareWindow()) == InputInEffect{framed, nowhere};
+        };
+    };
+    const auto anInteriorClickPasses = [&] {
+        const QRect at = box->geometry();
+        xdotool(display(), {"mousemove", "--sync", std::to_string(at.center().x()),
+                            std::to_string(at.center().y())});
+        xdotool(display(), {"click", "1"});
+        return pattern.waitForClick(5000).has_value();
+    };
+
+    ASSERT_TRUE(waitUntil(onlyTheBandsTakeClicks(true)));
+    EXPECT_TRUE(anInteriorClickPasses()) << "with the first window manager";
+
+    testDisplay().stopWindowManager();
+    EXPECT_TRUE(waitUntil(onlyTheBandsTakeClicks(false)));
+    EXPECT_TRUE(anInteriorClickPasses()) << "without a window manager";
+
+    ASSERT_TRUE(testDisplay().startWindowManager());
+    EXPECT_TRUE(waitUntil(onlyTheBandsTakeClicks(true)));
+    EXPECT_TRUE(anInteriorClickPasses()) << "with a window manager started afterwards";
 }
