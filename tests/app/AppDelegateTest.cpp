@@ -1,12 +1,15 @@
 // The application controller with real windows on a private X server and a scripted capture
 // backend: the status menu, its actions, reopening and the permission alert.
+#include "PatternWindow.h"
 #include "QtWait.h"
 #include "ScriptedCaptureBackend.h"
 #include "TestDisplay.h"
+#include "XInput.h"
 
 #include "app/AppDelegate.h"
 #include "app/LookpaneWindowController.h"
 #include "capture/ScreenCaptureEngine.h"
+#include "frame/BorderlessWindow.h"
 #include "model/Preferences.h"
 #include "shell/FramingMenu.h"
 #include "shell/PermissionAlert.h"
@@ -216,4 +219,22 @@ TEST_F(AppDelegateWithoutPermission, ARefusalOpensOneAlertHoweverOftenItComes)
     ASSERT_TRUE(waitUntil([&] { return refusals == 1; }));
     EXPECT_TRUE(m_delegate->permissionAlert()->isShowing());
     EXPECT_EQ(openMessageBoxes(), 1);
+}
+
+TEST_F(AppDelegateTest, MoveModeFromTheMenuEndsAtAReleaseInAnotherApplication)
+{
+    PatternWindow other(testDisplay().displayName(),
+                        PatternWindow::at(QRect(20, 20, 300, 200), Pattern::bars, "Other"));
+    ASSERT_TRUE(other.isShown());
+    m_delegate->applicationDidFinishLaunching();
+    ASSERT_TRUE(waitUntil([&] { return controller().frameWindow()->isVisible(); }));
+
+    m_delegate->enterMoveMode();
+    EXPECT_TRUE(controller().isInMoveMode());
+    EXPECT_FALSE(controller().clickThrough());
+
+    xdotool(testDisplay().displayName(), {"mousemove", "--sync", "120", "120"});
+    xdotool(testDisplay().displayName(), {"click", "1"});
+    ASSERT_TRUE(other.waitForClick(5000).has_value());
+    EXPECT_TRUE(waitUntil([&] { return !controller().isInMoveMode(); }));
 }
