@@ -26,6 +26,20 @@
 
 namespace lookpane {
 
+namespace {
+
+// Ends the event loop, and with it Lookpane (aboutToQuit still saves the frames). Not
+// QCoreApplication::quit(): that first asks every window to close and gives up as soon as one
+// refuses, and Lookpane's windows refuse (closing one hides Lookpane). Whenever another window
+// of ours is visible too, such as the tray icon in an XEmbed tray, quit() only hid Lookpane and
+// left it running.
+void quitLookpane()
+{
+    QCoreApplication::exit(0);
+}
+
+} // namespace
+
 AppDelegate::AppDelegate(Preferences &preferences, std::unique_ptr<CaptureBackend> backend,
                          QObject *parent)
     : QObject(parent), m_preferences(preferences), m_givenBackend(std::move(backend))
@@ -147,7 +161,8 @@ void AppDelegate::configureStatusItem()
     connect(menu, &StatusMenu::openSettings, this, &AppDelegate::openSettings);
     connect(menu, &StatusMenu::openGuide, this, &AppDelegate::openGuide);
     connect(menu, &StatusMenu::showAbout, this, &AppDelegate::showAbout);
-    connect(menu, &StatusMenu::quit, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+    // Queued: the menu closes first.
+    connect(menu, &StatusMenu::quit, this, &quitLookpane, Qt::QueuedConnection);
     // Marks drawn or taken away since the last change are counted when the menu opens.
     connect(menu->menu(), &QMenu::aboutToShow, this, &AppDelegate::updateMenu);
 
@@ -159,7 +174,7 @@ void AppDelegate::configureStatusItem()
 
     m_permissionAlert = std::make_unique<PermissionAlert>();
     connect(m_permissionAlert.get(), &PermissionAlert::tryAgain, this, &AppDelegate::startCapture);
-    connect(m_permissionAlert.get(), &PermissionAlert::quit, qApp, &QCoreApplication::quit,
+    connect(m_permissionAlert.get(), &PermissionAlert::quit, this, &quitLookpane,
             Qt::QueuedConnection);
     updateMenu();
 }

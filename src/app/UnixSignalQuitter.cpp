@@ -63,7 +63,9 @@ void UnixSignalQuitter::handleSignal()
 {
     char byte = 0;
     [[maybe_unused]] const ssize_t count = ::read(signalReadFd, &byte, 1);
-    QCoreApplication::quit();
+    // Not quit(), which a window that refuses to close cancels: Lookpane's windows refuse
+    // (closing one hides Lookpane), and a signal to end must end it.
+    QCoreApplication::exit(0);
 }
 
 } // namespace lookpane

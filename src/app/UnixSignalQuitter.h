@@ -8,9 +8,10 @@ class QSocketNotifier;
 
 namespace lookpane {
 
-// Turns SIGTERM, SIGINT and SIGHUP into an orderly QCoreApplication::quit() on the event
-// loop, so that a terminated Lookpane still stops capture and saves its frames. The signal
-// handler only writes a byte to a socket pair; everything else happens on the main thread.
+// Turns SIGTERM, SIGINT and SIGHUP into an orderly end of the event loop
+// (QCoreApplication::exit), so that a terminated Lookpane still stops capture and saves its
+// frames. The signal handler only writes a byte to a socket pair; everything else happens on
+// the main thread.
 class UnixSignalQuitter : public QObject
 {
     Q_OBJECT

@@ -109,6 +109,17 @@ std::optional<WindowInfo> describe(xcb_connection_t *c, xcb_window_t window)
         info.title = propertyText(c, window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING);
     }
     info.role = propertyText(c, window, atom(c, "WM_WINDOW_ROLE"), XCB_ATOM_STRING);
+    info.overrideRedirect = attributes->override_redirect != 0;
+    Reply<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, xcb_query_tree(c, window), nullptr));
+    info.parent = tree ? tree->parent : xcb_window_t{XCB_WINDOW_NONE};
+    info.topLevel = tree && tree->parent == tree->root;
+    Reply<xcb_get_property_reply_t> pid(xcb_get_property_reply(
+        c, xcb_get_property(c, 0, window, atom(c, "_NET_WM_PID"), XCB_ATOM_CARDINAL, 0, 1),
+        nullptr));
+    if (pid && pid->format == 32 && xcb_get_property_value_length(pid.get()) == 4) {
+        info.pid = static_cast<int>(
+            *static_cast<const std::uint32_t *>(xcb_get_property_value(pid.get())));
+    }
     return info;
 }
 

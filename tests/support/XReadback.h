@@ -26,6 +26,10 @@ struct WindowInfo
     QRect geometry; // in root coordinates, without window-manager decorations
     bool viewable = false;
     QString role; // WM_WINDOW_ROLE
+    bool overrideRedirect = false;
+    std::uint32_t parent = 0; // the window it is a child of
+    bool topLevel = false;    // a child of the root
+    int pid = 0;              // _NET_WM_PID; 0 when the window does not say
 };
 
 // Every window in the tree (root excluded) that `matches`.
