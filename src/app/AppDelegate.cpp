@@ -10,6 +10,7 @@
 #include "model/FramePreferences.h"
 #include "model/Preferences.h"
 #include "model/ScreenCoordinates.h"
+#include "platform/x11/ApplicationConnection.h"
 #include "shell/FitWindowList.h"
 #include "shell/FramingMenu.h"
 #include "shell/PermissionAlert.h"
@@ -83,7 +84,7 @@ void AppDelegate::applicationDidFinishLaunching()
     // Meeting applications that share the share window read its true contents even where the
     // frame window covers it, as long as the window stays redirected.
     m_shareWindowRedirection = std::make_unique<x11::X11WindowRedirection>(
-        static_cast<std::uint32_t>(m_windowController->shareWindow()->winId()));
+        x11::windowId(m_windowController->shareWindow()));
 
     // 5. Frames and states from the engine.
     connect(m_captureEngine.get(), &ScreenCaptureEngine::frameCaptured, m_windowController.get(),
@@ -105,15 +106,16 @@ void AppDelegate::applicationDidFinishLaunching()
         }
         updateMenu();
     });
-    for (auto signal : {&LookpaneWindowController::clickThroughChanged,
-                        &LookpaneWindowController::drawingModeChanged}) {
-        connect(controller, signal, this, &AppDelegate::updateMenu);
-    }
+    connect(controller, &LookpaneWindowController::clickThroughChanged, this,
+            &AppDelegate::updateMenu);
     connect(controller, &LookpaneWindowController::modeChanged, this, &AppDelegate::updateMenu);
+    connect(controller, &LookpaneWindowController::drawingModeChanged, this,
+            &AppDelegate::updateMenu);
     // The clear item shows only while there are marks, however they came or went.
     connect(&controller->annotations(), &AnnotationStore::changed, this, &AppDelegate::updateMenu);
 
     // 7. The stored shortcuts' defaults, so that the tool keys and the menu's suffixes work.
+    // The toolbar was filled before they existed: its tool tooltips learn their keys now.
     ShortcutPreferences(m_preferences).registerDefaults();
     ToolShortcutPreferences(m_preferences).registerDefaults();
     controller->updateToolbar();
@@ -213,7 +215,7 @@ void AppDelegate::startCapture()
 {
     setCaptureMessage(QStringLiteral("Starting screen capture…"));
     MirroredWindow window;
-    window.windowNumber = static_cast<std::int64_t>(m_windowController->frameWindow()->winId());
+    window.windowNumber = x11::windowId(m_windowController->frameWindow());
     window.contentRect = m_windowController->contentRect();
     window.screen = captureDisplay(m_windowController->screen());
     m_captureEngine->start(window);

@@ -35,7 +35,9 @@ void FitWindowList::fill(QMenu *menu, std::vector<ShareableWindow> windows)
         return;
     }
     for (int index = 0; index < static_cast<int>(m_candidates.size()); ++index) {
-        QAction *action = menu->addAction(itemTitle(m_candidates[static_cast<std::size_t>(index)]));
+        // A window's "&" is an ampersand, not the mark of a mnemonic.
+        QString text = itemTitle(m_candidates[static_cast<std::size_t>(index)]);
+        QAction *action = menu->addAction(text.replace(QLatin1Char('&'), QStringLiteral("&&")));
         connect(action, &QAction::triggered, this, [this, index] { choose(index); });
     }
 }

@@ -1,6 +1,7 @@
 // Lookpane from end to end, driven as a user drives it: the real executable on a private X
 // server with openbox, a window of another program beneath the box, real mouse and keys.
 #include "ChildProcess.h"
+#include "Eventually.h"
 #include "ImageMetrics.h"
 #include "PatternWindow.h"
 #include "ProcessCpu.h"
@@ -67,46 +68,16 @@ protected:
 
     std::string display() const { return m_server.displayName(); }
 
-    bool mouse(const std::vector<std::string> &args) { return xdotool(display(), args); }
-    // Without --sync, which waits for a motion that never comes when the pointer is already
-    // there.
-    bool moveTo(QPoint p)
-    {
-        const bool moved = mouse({"mousemove", std::to_string(p.x()), std::to_string(p.y())});
-        std::this_thread::sleep_for(std::chrono::milliseconds(30));
-        return moved;
-    }
-    bool clickAt(QPoint p) { return moveTo(p) && mouse({"click", "1"}); }
+    bool clickAt(QPoint p) { return lookpane::testing::clickAt(display(), p); }
     bool dragFromTo(QPoint from, QPoint to)
     {
-        if (!moveTo(from) || !mouse({"mousedown", "1"})) {
-            return false;
-        }
-        for (int step = 1; step <= 8; ++step) {
-            moveTo(from + (to - from) * step / 8);
-            std::this_thread::sleep_for(std::chrono::milliseconds(15));
-        }
-        return mouse({"mouseup", "1"});
+        return lookpane::testing::dragFromTo(display(), from, to);
     }
 
     WindowInfo role(const char *name)
     {
         return waitForViewableRole(display(), QString::fromLatin1(name), 10000)
             .value_or(WindowInfo{});
-    }
-
-    // Waits until `condition` holds, polling.
-    static bool eventually(const std::function<bool()> &condition, int timeoutMs = 10000)
-    {
-        const auto deadline =
-            std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > deadline) {
-                return false;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(30));
-        }
-        return true;
     }
 
     XvfbServer m_server{{1920, 1080}};

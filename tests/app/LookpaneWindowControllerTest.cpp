@@ -16,7 +16,11 @@
 #include "model/Preferences.h"
 #include "model/RectText.h"
 #include "model/ScreenCoordinates.h"
+#include "platform/x11/ApplicationConnection.h"
+#include "platform/x11/X11DesktopHints.h"
 #include "platform/x11/X11WindowTraits.h"
+#include "platform/x11/XReply.h"
+#include "platform/x11/XcbConnection.h"
 #include "render/GlCaptureView.h"
 #include "shortcuts/ToolShortcutPreferences.h"
 #include "toolbar/FrameToolbarWindowController.h"
@@ -66,26 +70,32 @@ struct InputInEffect
     friend bool operator==(const InputInEffect &, const InputInEffect &) = default;
 };
 
+// Rectangles in reading order: by row, then from the left.
+std::vector<QRect> readingOrder(std::vector<QRect> rects)
+{
+    std::sort(rects.begin(), rects.end(), [](const QRect &a, const QRect &b) {
+        return std::pair(a.y(), a.x()) < std::pair(b.y(), b.x());
+    });
+    return rects;
+}
+
 // None on any X failure.
 std::optional<InputInEffect> inputRegionInEffect(QWidget *window)
 {
-    xcb_connection_t *c = xcb_connect(display().c_str(), nullptr);
-    const std::unique_ptr<xcb_connection_t, void (*)(xcb_connection_t *)> owner(c, xcb_disconnect);
+    const x11::OwnedConnection connection(xcb_connect(display().c_str(), nullptr));
+    xcb_connection_t *c = connection.get();
     if (xcb_connection_has_error(c)) {
         return std::nullopt;
     }
-    window->winId();
-    const auto id = static_cast<xcb_window_t>(window->windowHandle()->winId());
-    std::unique_ptr<xcb_query_tree_reply_t, decltype(&std::free)> tree(
-        xcb_query_tree_reply(c, xcb_query_tree(c, id), nullptr), &std::free);
+    const xcb_window_t id = x11::windowId(window);
+    const x11::Reply<xcb_query_tree_reply_t> tree(
+        xcb_query_tree_reply(c, xcb_query_tree(c, id), nullptr));
     if (!tree) {
         return std::nullopt;
     }
     const xcb_window_t shaped = tree->parent == tree->root ? id : tree->parent;
-    std::unique_ptr<xcb_shape_get_rectangles_reply_t, decltype(&std::free)> shape(
-        xcb_shape_get_rectangles_reply(c, xcb_shape_get_rectangles(c, shaped, XCB_SHAPE_SK_INPUT),
-                                       nullptr),
-        &std::free);
+    const x11::Reply<xcb_shape_get_rectangles_reply_t> shape(xcb_shape_get_rectangles_reply(
+        c, xcb_shape_get_rectangles(c, shaped, XCB_SHAPE_SK_INPUT), nullptr));
     if (!shape) {
         return std::nullopt;
     }
@@ -95,9 +105,7 @@ std::optional<InputInEffect> inputRegionInEffect(QWidget *window)
     for (int i = 0; i < xcb_shape_get_rectangles_rectangles_length(shape.get()); ++i) {
         input.rects.emplace_back(r[i].x, r[i].y, r[i].width, r[i].height);
     }
-    std::sort(input.rects.begin(), input.rects.end(), [](const QRect &a, const QRect &b) {
-        return std::pair(a.y(), a.x()) < std::pair(b.y(), b.x());
-    });
+    input.rects = readingOrder(std::move(input.rects));
     return input;
 }
 
@@ -619,6 +627,9 @@ TEST_F(FrameController, ALevelChangeKeepsTheShapesAndTheRoleOfTheBoxShownAgain)
         << "Qt no longer re-creates the window; this test then checks less than it says";
     EXPECT_EQ(shownFrame(), controller->frameWindow()->windowHandle()->winId());
     EXPECT_TRUE(controller->framePassesInteriorClicks());
+    // The new window is on every virtual desktop too, like the one it replaced.
+    EXPECT_TRUE(
+        waitUntil([&] { return x11::desktopOfWindow(controller->frameWindow()) == 0xFFFFFFFFU; }));
     EXPECT_TRUE(log.ofType(QtWarningMsg).empty());
 }
 
@@ -632,28 +643,16 @@ TEST_F(FrameController, WithClickThroughOnTheEdgeBandMovesTheBoxAndItsOutlineRes
 
     // Eight points into the left band, halfway down: the box moves with the pointer.
     const QPoint grip(start.x() + 8, start.y() + 180);
-    xdotool(display(), {"mousemove", "--sync", std::to_string(grip.x()), std::to_string(grip.y())});
-    xdotool(display(), {"mousedown", "1"});
-    xdotool(display(),
-            {"mousemove", "--sync", std::to_string(grip.x() + 40), std::to_string(grip.y() + 20)});
-    xdotool(display(),
-            {"mousemove", "--sync", std::to_string(grip.x() + 80), std::to_string(grip.y() + 40)});
+    ASSERT_TRUE(dragFromTo(display(), grip, grip + QPoint(80, 40)));
     EXPECT_TRUE(waitUntil(
         [&] { return controller->frameWindow()->geometry() == start.translated(80, 40); }));
-    xdotool(display(), {"mouseup", "1"});
 
     // The outermost points of the right edge resize it, 16:9 held.
     controller->setRatio(FrameRatio::widescreen);
     const QRect moved = controller->frameWindow()->geometry();
     const QPoint edge(moved.right() - 1, moved.y() + 180);
-    xdotool(display(), {"mousemove", "--sync", std::to_string(edge.x()), std::to_string(edge.y())});
-    xdotool(display(), {"mousedown", "1"});
-    xdotool(display(),
-            {"mousemove", "--sync", std::to_string(edge.x() + 80), std::to_string(edge.y())});
-    xdotool(display(),
-            {"mousemove", "--sync", std::to_string(edge.x() + 160), std::to_string(edge.y())});
+    ASSERT_TRUE(dragFromTo(display(), edge, edge + QPoint(160, 0)));
     EXPECT_TRUE(waitUntil([&] { return controller->frameWindow()->width() == 800; }));
-    xdotool(display(), {"mouseup", "1"});
     EXPECT_TRUE(waitUntil([&] { return !controller->isLiveResizing(); }));
     EXPECT_EQ(controller->frameWindow()->geometry(), QRect(moved.topLeft(), QSize(800, 450)));
     // Clicks still pass through the interior afterwards.
@@ -673,10 +672,8 @@ TEST_F(FrameController, ClickThroughHoldsWhenTheWindowManagerLeavesAndComesBack)
     ASSERT_TRUE(controller->clickThrough());
     showAndWait(*controller);
     BorderlessWindow *box = controller->frameWindow();
-    std::vector<QRect> bands = X11WindowTraits::edgeBands(box->size(), BorderlessWindow::edgeBand);
-    std::sort(bands.begin(), bands.end(), [](const QRect &a, const QRect &b) {
-        return std::pair(a.y(), a.x()) < std::pair(b.y(), b.x());
-    });
+    const std::vector<QRect> bands =
+        readingOrder(X11WindowTraits::edgeBands(box->size(), BorderlessWindow::edgeBand));
     // The box takes clicks only in its bands, the share window under it none at all; framed by
     // a window manager or not, as `framed` says.
     const std::vector<QRect> nowhere = {QRect(-1, -1, 1, 1)};
@@ -687,10 +684,7 @@ TEST_F(FrameController, ClickThroughHoldsWhenTheWindowManagerLeavesAndComesBack)
         };
     };
     const auto anInteriorClickPasses = [&] {
-        const QRect at = box->geometry();
-        xdotool(display(), {"mousemove", "--sync", std::to_string(at.center().x()),
-                            std::to_string(at.center().y())});
-        xdotool(display(), {"click", "1"});
+        clickAt(display(), box->geometry().center());
         return pattern.waitForClick(5000).has_value();
     };
 

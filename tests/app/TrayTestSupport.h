@@ -4,6 +4,7 @@
 // private session bus, a settings folder) with the real lookpane launched on it, and the
 // mouse, the windows and the pictures as a user would see them.
 #include "ChildProcess.h"
+#include "Eventually.h"
 #include "ImageMetrics.h"
 #include "PatternWindow.h"
 #include "SessionBus.h"
@@ -119,28 +120,14 @@ public:
     {
         return lookpane::testing::xdotool(display(), args);
     }
-    // Without --sync, which waits for a motion that never comes when the pointer is already
-    // there; a short pause lets the server deliver the motion before what follows.
-    bool moveTo(QPoint p) const
-    {
-        const bool moved = xdotool({"mousemove", std::to_string(p.x()), std::to_string(p.y())});
-        std::this_thread::sleep_for(std::chrono::milliseconds(30));
-        return moved;
-    }
+    bool moveTo(QPoint p) const { return moveMouseTo(display(), p); }
     bool clickAt(QPoint p, int button = 1) const
     {
-        return moveTo(p) && xdotool({"click", std::to_string(button)});
+        return lookpane::testing::clickAt(display(), p, button);
     }
     bool dragFromTo(QPoint from, QPoint to) const
     {
-        if (!moveTo(from) || !xdotool({"mousedown", "1"})) {
-            return false;
-        }
-        for (int step = 1; step <= 8; ++step) {
-            moveTo(from + (to - from) * step / 8);
-            std::this_thread::sleep_for(std::chrono::milliseconds(15));
-        }
-        return xdotool({"mouseup", "1"});
+        return lookpane::testing::dragFromTo(display(), from, to);
     }
 
     // --- pictures ---
@@ -178,18 +165,11 @@ public:
 
     // --- waiting ---
 
-    // Waits until `condition` holds, polling.
+    // Waits until `condition` holds, polling; the tray's tests allow the slower start of a
+    // program with a session bus.
     static bool eventually(const std::function<bool()> &condition, int timeoutMs = 15000)
     {
-        const auto deadline =
-            std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > deadline) {
-                return false;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(30));
-        }
-        return true;
+        return lookpane::testing::eventually(condition, timeoutMs);
     }
 
 private:

@@ -1,9 +1,10 @@
 // Click-through as X11 input shapes: the interior of a window lets clicks reach the window
 // beneath, the edge bands take them.
-#include "ChildProcess.h"
 #include "EventCounter.h"
 #include "PatternWindow.h"
+#include "QtWait.h"
 #include "TestDisplay.h"
+#include "XInput.h"
 #include "XReadback.h"
 
 #include "frame/BorderlessWindow.h"
@@ -12,7 +13,6 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QMouseEvent>
 
 using namespace lookpane;
@@ -20,24 +20,22 @@ using namespace lookpane::testing;
 
 namespace {
 
-bool waitUntil(const std::function<bool()> &condition, int timeoutMs = 5000)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition() && timer.elapsed() < timeoutMs) {
-        QApplication::processEvents(QEventLoop::AllEvents, 20);
-    }
-    return condition();
-}
-
 void xdotool(const std::vector<std::string> &args)
 {
-    std::vector<std::string> argv{"xdotool"};
-    argv.insert(argv.end(), args.begin(), args.end());
-    ChildProcess::Options options;
-    options.environment["DISPLAY"] = testDisplay().displayName();
-    ChildProcess process(argv, options);
-    process.waitForExit(std::chrono::seconds(5));
+    lookpane::testing::xdotool(testDisplay().displayName(), args);
+}
+
+// Shows `frame` at `geometry` and waits until the server shows it there.
+bool showAt(BorderlessWindow &frame, const QRect &geometry)
+{
+    frame.setGeometry(geometry);
+    frame.show();
+    return waitUntil([&] {
+        return windowInfo(testDisplay().displayName(), frame.winId())
+                   .value_or(WindowInfo{})
+                   .viewable &&
+               frame.geometry() == geometry;
+    });
 }
 
 QRect placedGeometry(const PatternWindow &pattern)
@@ -140,18 +138,11 @@ TEST_F(ClickThrough, DraggingTheRightEdgesOutermostPointsResizesAndHoldsTheLocke
     BorderlessWindow frame;
     frame.setMinimumSize(320, 180);
     frame.setAspect(QSize(16, 9));
-    frame.setGeometry(100, 100, 640, 360);
     int began = 0;
     int ended = 0;
     QObject::connect(&frame, &BorderlessWindow::liveResizeBegan, [&] { ++began; });
     QObject::connect(&frame, &BorderlessWindow::liveResizeEnded, [&] { ++ended; });
-    frame.show();
-    waitUntil([&] {
-        return windowInfo(testDisplay().displayName(), frame.winId())
-            .value_or(WindowInfo{})
-            .viewable;
-    });
-    waitUntil([&] { return frame.geometry() == QRect(100, 100, 640, 360); });
+    ASSERT_TRUE(showAt(frame, QRect(100, 100, 640, 360)));
     // Two points in from the right edge (the window's last column is x = 739).
     xdotool({"mousemove", "--sync", "737", "280"});
     xdotool({"mousedown", "1"});
@@ -169,16 +160,9 @@ TEST_F(ClickThrough, TheRestOfAnEdgeBandMovesTheWindowWithAHand)
     BorderlessWindow frame;
     frame.setMinimumSize(320, 180);
     frame.setMovableByBackground(true);
-    frame.setGeometry(100, 100, 640, 360);
     int began = 0;
     QObject::connect(&frame, &BorderlessWindow::liveResizeBegan, [&] { ++began; });
-    frame.show();
-    waitUntil([&] {
-        return windowInfo(testDisplay().displayName(), frame.winId())
-            .value_or(WindowInfo{})
-            .viewable;
-    });
-    ASSERT_TRUE(waitUntil([&] { return frame.geometry() == QRect(100, 100, 640, 360); }));
+    ASSERT_TRUE(showAt(frame, QRect(100, 100, 640, 360)));
     // Eight points into the left band, halfway down.
     xdotool({"mousemove", "--sync", "108", "280"});
     ASSERT_TRUE(waitUntil([&] { return frame.cursor().shape() == Qt::OpenHandCursor; }));
@@ -202,14 +186,7 @@ TEST_F(ClickThrough, ACornerResizesBothEdgesHoldingTheLockedRatio)
     frame.setMinimumSize(320, 180);
     frame.setAspect(QSize(16, 9));
     frame.setMovableByBackground(true);
-    frame.setGeometry(100, 100, 640, 360);
-    frame.show();
-    waitUntil([&] {
-        return windowInfo(testDisplay().displayName(), frame.winId())
-            .value_or(WindowInfo{})
-            .viewable;
-    });
-    ASSERT_TRUE(waitUntil([&] { return frame.geometry() == QRect(100, 100, 640, 360); }));
+    ASSERT_TRUE(showAt(frame, QRect(100, 100, 640, 360)));
     // Inside the bottom-right corner's band, 8 points in from both edges.
     xdotool({"mousemove", "--sync", "731", "451"});
     xdotool({"mousedown", "1"});

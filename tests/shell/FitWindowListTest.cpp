@@ -87,6 +87,17 @@ TEST(FitWindowList, AWindowTitledAsItsApplicationIsListedOnceWithoutTheDash)
     EXPECT_EQ(FitWindowList::itemTitle(window("Gimp", "Untitled", 0)), "Gimp — Untitled");
 }
 
+TEST(FitWindowList, AnAmpersandInATitleShowsAsItIs)
+{
+    ScriptedSource source;
+    FitWindowList list(source.source());
+    QMenu menu;
+    list.populate(&menu);
+    source.answer({window("Notes", "Tom & Jerry", 0)});
+    // "&&" is how a menu shows one ampersand; a single one would underline the next letter.
+    EXPECT_EQ(titles(menu), QStringList({"Notes — Tom && Jerry"}));
+}
+
 TEST(FitWindowList, ChoosingAnItemReportsItsWindow)
 {
     ScriptedSource source;

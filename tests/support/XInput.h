@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QPoint>
+
 #include <string>
 #include <vector>
 
@@ -8,5 +10,14 @@ namespace lookpane::testing {
 // Runs xdotool on `display` with `args` and waits for it (real input through XTEST, as a user
 // would give it). Returns whether it exited with status 0.
 bool xdotool(const std::string &display, const std::vector<std::string> &args);
+
+// Moves the pointer to `p` (root coordinates). Without --sync, which waits for a motion that
+// never comes when the pointer is already there; a short pause lets the server deliver the
+// motion before what follows.
+bool moveMouseTo(const std::string &display, QPoint p);
+// Clicks `button` at `p`.
+bool clickAt(const std::string &display, QPoint p, int button = 1);
+// Presses the left button at `from`, moves to `to` in eight steps and releases it there.
+bool dragFromTo(const std::string &display, QPoint from, QPoint to);
 
 } // namespace lookpane::testing

@@ -1,6 +1,8 @@
 #include "platform/x11/ApplicationConnection.h"
 
 #include <QGuiApplication>
+#include <QWidget>
+#include <QWindow>
 #include <QtGui/qguiapplication_platform.h>
 
 #include <cstdlib>
@@ -36,6 +38,13 @@ ApplicationScreen applicationScreen(xcb_connection_t *connection)
         }
     }
     return {};
+}
+
+xcb_window_t windowId(QWidget *window)
+{
+    const WId created = window->winId();
+    const QWindow *handle = window->windowHandle();
+    return static_cast<xcb_window_t>(handle ? handle->winId() : created);
 }
 
 } // namespace lookpane::x11

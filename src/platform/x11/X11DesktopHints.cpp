@@ -48,7 +48,7 @@ void showOnAllDesktops(QWidget *window)
     if (screen == nullptr || desktopAtom == XCB_ATOM_NONE) {
         return;
     }
-    const auto id = static_cast<xcb_window_t>(window->winId());
+    const xcb_window_t id = windowId(window);
     xcb_change_property(conn, XCB_PROP_MODE_REPLACE, id, desktopAtom, XCB_ATOM_CARDINAL, 32, 1,
                         &allDesktops);
 
@@ -76,7 +76,7 @@ std::optional<quint32> desktopOfWindow(QWidget *window)
     if (desktopAtom == XCB_ATOM_NONE) {
         return std::nullopt;
     }
-    const auto id = static_cast<xcb_window_t>(window->winId());
+    const xcb_window_t id = windowId(window);
     const Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
         conn, xcb_get_property(conn, 0, id, desktopAtom, XCB_ATOM_CARDINAL, 0, 1), nullptr));
     if (!reply || reply->format != 32 || xcb_get_property_value_length(reply.get()) < 4) {

@@ -5,17 +5,15 @@
 #include <QObject>
 #include <QPointer>
 
-#include <cstdint>
-
 class QWidget;
 
 namespace lookpane::x11 {
 
-// Reports when a window manager takes one of the watched top-levels into a frame of its own
-// (the window is reparented, and the manager marks it as managed) or lets it go: when a window
-// manager starts, is replaced or leaves. A window manager copies the client's input shape onto its
-// frame only when that shape changes, so whoever shapes the window must set the shape again then,
-// or the new frame swallows the clicks that the window lets through.
+// Reports when a window manager takes one of the watched top-levels into a frame of its own,
+// or lets it go (the window is reparented): when a window manager starts or leaves. A window
+// manager copies a client's input shape onto its frame only when that shape changes, so
+// whoever shapes the window must set the shape again then, or the new frame swallows the
+// clicks that the window lets through.
 class X11FrameWatcher : public QObject, public QAbstractNativeEventFilter
 {
     Q_OBJECT
@@ -35,8 +33,6 @@ Q_SIGNALS:
 
 private:
     QList<QPointer<QWidget>> m_windows;
-    std::uint32_t m_frameExtents = 0; // atoms; 0 when unknown
-    std::uint32_t m_wmState = 0;
 };
 
 } // namespace lookpane::x11

@@ -6,7 +6,6 @@
 #include "platform/x11/XErrors.h"
 
 #include <QWidget>
-#include <QWindow>
 
 #include <xcb/shape.h>
 #include <xcb/xcb.h>
@@ -15,15 +14,13 @@ namespace lookpane::X11WindowTraits {
 
 namespace {
 
+// None for a window that has no native window yet: shaping one must not create it early.
 xcb_window_t nativeWindow(QWidget *window)
 {
     if (!window || !window->isWindow() || !window->testAttribute(Qt::WA_WState_Created)) {
         return XCB_WINDOW_NONE;
     }
-    // The QWindow's id, not QWidget::winId(): Qt re-creates a hidden window's X window at its
-    // next show when its stay-on-top flag changed, and only the QWindow learns the new id.
-    const QWindow *handle = window->windowHandle();
-    return static_cast<xcb_window_t>(handle ? handle->winId() : window->winId());
+    return x11::windowId(window);
 }
 
 // Sends a request and waits for its outcome, so that an error (a window destroyed by someone
