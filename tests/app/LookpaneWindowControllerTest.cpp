@@ -698,4 +698,8 @@ TEST_F(FrameController, ClickThroughHoldsWhenTheWindowManagerLeavesAndComesBack)
     ASSERT_TRUE(testDisplay().startWindowManager());
     EXPECT_TRUE(waitUntil(onlyTheBandsTakeClicks(true)));
     EXPECT_TRUE(anInteriorClickPasses()) << "with a window manager started afterwards";
+
+    ASSERT_TRUE(testDisplay().replaceWindowManager());
+    EXPECT_TRUE(waitUntil(onlyTheBandsTakeClicks(true)));
+    EXPECT_TRUE(anInteriorClickPasses()) << "with the window manager replaced";
 }

@@ -160,6 +160,24 @@ void XvfbServer::stopWindowManager()
     m_windowManager.reset();
 }
 
+bool XvfbServer::replaceWindowManager()
+{
+    if (!m_windowManager) {
+        return startWindowManager();
+    }
+    ChildProcess::Options options;
+    options.environment["DISPLAY"] = displayName();
+    auto successor = std::make_unique<ChildProcess>(
+        std::vector<std::string>{"openbox", "--replace", "--sm-disable"}, options);
+    // The old one leaves when it sees the selection taken; only then does the new one manage.
+    if (!m_windowManager->waitForExit(std::chrono::seconds(15))) {
+        return false;
+    }
+    m_windowManager = std::move(successor);
+    return waitForRootCondition(&hasWindowManagerCheck, 15000) &&
+           waitForRootCondition(&windowManagerMapsWindows, 15000);
+}
+
 bool XvfbServer::startCompositor()
 {
     if (!isRunning()) {

@@ -38,6 +38,9 @@ public:
     // Starts openbox and waits until it manages the screen (_NET_SUPPORTING_WM_CHECK).
     bool startWindowManager();
     void stopWindowManager();
+    // Starts a second window manager with --replace, as a user switching window managers
+    // would; true once the old one has left and the new one manages windows.
+    bool replaceWindowManager();
     bool hasWindowManager() const { return m_windowManager != nullptr; }
 
     // Starts xcompmgr and waits until it owns the compositing manager selection.
