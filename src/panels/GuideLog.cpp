@@ -1,0 +1,7 @@
+#include "panels/GuideLog.h"
+
+namespace lookpane {
+
+Q_LOGGING_CATEGORY(lcGuide, "lookpane.panels.guide", QtWarningMsg)
+
+} // namespace lookpane
