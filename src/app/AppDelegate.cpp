@@ -16,8 +16,10 @@
 #include "shell/PermissionAlert.h"
 #include "shell/StatusItem.h"
 #include "shell/StatusMenu.h"
+#include "shortcuts/GlobalHotKeyCenter.h"
 #include "shortcuts/ShortcutPreferences.h"
 #include "shortcuts/ToolShortcutPreferences.h"
+#include "shortcuts/x11/X11HotKeyBackend.h"
 #include "toolbar/FrameToolbarWindowController.h"
 
 #include <QApplication>
@@ -42,12 +44,27 @@ void quitLookpane()
 } // namespace
 
 AppDelegate::AppDelegate(Preferences &preferences, std::unique_ptr<CaptureBackend> backend,
-                         QObject *parent)
+                         std::unique_ptr<HotKeyBackend> hotKeyBackend, QObject *parent)
     : QObject(parent), m_preferences(preferences), m_givenBackend(std::move(backend))
-{}
+{
+    if (!hotKeyBackend) {
+        hotKeyBackend = std::make_unique<x11::X11HotKeyBackend>();
+    }
+    m_hotKeys = std::make_unique<GlobalHotKeyCenter>(std::move(hotKeyBackend));
+    // Failures of every kind end here, also those of bindings taken back after the settings
+    // window's recorder suspended the shortcuts.
+    connect(m_hotKeys.get(), &GlobalHotKeyCenter::registrationFailed, this,
+            [this](ShortcutAction action) {
+                m_hotKeyConflicts.insert(action);
+                Q_EMIT hotKeyRegistrationFailed(action);
+            });
+}
 
 AppDelegate::~AppDelegate()
 {
+    // The global shortcuts first: they are let go while the windows they act on still exist,
+    // and presses still queued die with the centre.
+    m_hotKeys.reset();
     // The menus go before what their actions reach; the engine's signals reach into the window
     // controller: stop and drop it next.
     m_permissionAlert.reset();
@@ -86,6 +103,9 @@ void AppDelegate::applicationDidFinishLaunching()
     m_shareWindowRedirection = std::make_unique<x11::X11WindowRedirection>(
         x11::windowId(m_windowController->shareWindow()));
 
+    // 4. The global shortcuts do what the menu's items do.
+    installHotKeyHandlers();
+
     // 5. Frames and states from the engine.
     connect(m_captureEngine.get(), &ScreenCaptureEngine::frameCaptured, m_windowController.get(),
             &LookpaneWindowController::showCapturedFrame);
@@ -120,12 +140,45 @@ void AppDelegate::applicationDidFinishLaunching()
     ToolShortcutPreferences(m_preferences).registerDefaults();
     controller->updateToolbar();
 
+    // 8. The stored global shortcuts. One that another application holds stays unbound; the
+    // settings window shows the conflict (hotKeyConflict, hotKeyRegistrationFailed).
+    registerStoredGlobalShortcuts();
+
     // 9. and 10. The tray icon with the status menu, and the toolbar's framing menu.
     configureStatusItem();
     installApplicationShortcuts();
 
     // 11. Showing the frame reports it visible, which starts the capture.
     controller->show();
+}
+
+void AppDelegate::installHotKeyHandlers()
+{
+    m_hotKeys->setHandler(hotKeyIdentifier(ShortcutAction::privacyBlur),
+                          [this] { togglePrivacyBlur(); });
+    m_hotKeys->setHandler(hotKeyIdentifier(ShortcutAction::drawingMode),
+                          [this] { toggleDrawingMode(); });
+    m_hotKeys->setHandler(hotKeyIdentifier(ShortcutAction::clearAnnotations),
+                          [this] { clearAnnotations(); });
+}
+
+void AppDelegate::registerStoredGlobalShortcuts()
+{
+    // A corrupt stored key code or modifier word ends the program here, with a message.
+    const ShortcutPreferences shortcuts(m_preferences);
+    for (const ShortcutAction action : allCases<ShortcutAction>()) {
+        registerGlobalShortcut(shortcuts.combo(action), action);
+    }
+}
+
+bool AppDelegate::registerGlobalShortcut(std::optional<KeyCombo> combo, ShortcutAction action)
+{
+    const bool registered = m_hotKeys->registerCombo(combo, action);
+    if (registered) {
+        m_hotKeyConflicts.erase(action);
+    }
+    updateMenu();
+    return registered;
 }
 
 std::unique_ptr<FramingMenu> AppDelegate::makeFramingMenu()

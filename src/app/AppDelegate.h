@@ -4,11 +4,15 @@
 #include "capture/CaptureDisplay.h"
 #include "capture/ScreenCaptureState.h"
 #include "model/FrameRatio.h"
+#include "model/KeyCombo.h"
+#include "model/ShortcutAction.h"
+#include "shortcuts/HotKeyBackend.h"
 
 #include <QObject>
 
 #include <memory>
 #include <optional>
+#include <set>
 
 class QScreen;
 
@@ -16,6 +20,7 @@ namespace lookpane {
 
 class FitWindowList;
 class FramingMenu;
+class GlobalHotKeyCenter;
 class LookpaneWindowController;
 class PermissionAlert;
 class Preferences;
@@ -36,8 +41,11 @@ class AppDelegate : public QObject
 {
     Q_OBJECT
 public:
-    // `backend` is the capture backend to use (tests script one); the X11 one by default.
+    // `backend` is the capture backend to use and `hotKeyBackend` the desktop's hot-key
+    // service (tests script them); the X11 ones by default. The hot-key centre exists from
+    // here on, before the launch.
     explicit AppDelegate(Preferences &preferences, std::unique_ptr<CaptureBackend> backend = {},
+                         std::unique_ptr<HotKeyBackend> hotKeyBackend = {},
                          QObject *parent = nullptr);
     ~AppDelegate() override;
 
@@ -73,6 +81,15 @@ public:
     void fitToWindow(const ShareableWindow &window);
     void showPermissionAlert();
 
+    // Gives `action` the global shortcut `combo` (none: no shortcut), as the settings window
+    // asks when the user records one; then refreshes the menu's shortcut texts. False when the
+    // desktop refuses the combination: hotKeyRegistrationFailed has then been emitted.
+    bool registerGlobalShortcut(std::optional<KeyCombo> combo, ShortcutAction action);
+    // Whether an action's global shortcut could not be registered (at launch, after a change,
+    // or when a suspension of the shortcuts ended) and none has been registered for it since:
+    // the settings window shows its conflict message then.
+    bool hotKeyConflict() const { return !m_hotKeyConflicts.empty(); }
+
     LookpaneWindowController *windowController() const { return m_windowController.get(); }
     ScreenCaptureEngine *captureEngine() const { return m_captureEngine.get(); }
     StatusMenu *statusMenu() const { return m_statusMenu.get(); }
@@ -81,8 +98,17 @@ public:
     FramingMenu *toolbarFramingMenu() const { return m_toolbarFramingMenu.get(); }
     FitWindowList *fitWindowList() const { return m_fitWindowList.get(); }
     PermissionAlert *permissionAlert() const { return m_permissionAlert.get(); }
+    // The global shortcuts; a shortcut recorder suspends them while it waits for a key.
+    GlobalHotKeyCenter *hotKeys() const { return m_hotKeys.get(); }
+
+Q_SIGNALS:
+    // `action` was asked for a global shortcut and is left without one: another application
+    // holds the combination. Reported whenever it happens, at launch too.
+    void hotKeyRegistrationFailed(lookpane::ShortcutAction action);
 
 private:
+    void installHotKeyHandlers();
+    void registerStoredGlobalShortcuts();
     void configureStatusItem();
     std::unique_ptr<FramingMenu> makeFramingMenu();
     void installApplicationShortcuts();
@@ -90,6 +116,8 @@ private:
     void setCaptureMessage(const std::optional<QString> &message);
 
     Preferences &m_preferences;
+    std::unique_ptr<GlobalHotKeyCenter> m_hotKeys;
+    std::set<ShortcutAction> m_hotKeyConflicts;
     std::unique_ptr<CaptureBackend> m_givenBackend; // until the engine takes it
     x11::X11CaptureBackend *m_backend = nullptr;    // owned by the engine; none when given one
     std::unique_ptr<LookpaneWindowController> m_windowController;

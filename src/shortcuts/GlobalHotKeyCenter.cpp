@@ -1,15 +1,31 @@
 #include "shortcuts/GlobalHotKeyCenter.h"
 
 #include "shortcuts/ModifierMapping.h"
+#include "shortcuts/ShortcutsLog.h"
 
 #include <QMetaObject>
 
 #include <utility>
+#include <vector>
 
 namespace lookpane {
 
-GlobalHotKeyCenter::GlobalHotKeyCenter(std::unique_ptr<HotKeyBackend> backend)
-    : m_backend(std::move(backend)), m_context(std::make_unique<QObject>())
+namespace {
+
+std::optional<ShortcutAction> actionWithIdentifier(std::uint32_t identifier)
+{
+    for (const ShortcutAction action : allCases<ShortcutAction>()) {
+        if (hotKeyIdentifier(action) == identifier) {
+            return action;
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+GlobalHotKeyCenter::GlobalHotKeyCenter(std::unique_ptr<HotKeyBackend> backend, QObject *parent)
+    : QObject(parent), m_backend(std::move(backend))
 {
     if (m_backend) {
         m_backend->onHotKeyPressed = [this](const HotKeyId &id) { return hotKeyPressed(id); };
@@ -18,14 +34,13 @@ GlobalHotKeyCenter::GlobalHotKeyCenter(std::unique_ptr<HotKeyBackend> backend)
 
 GlobalHotKeyCenter::~GlobalHotKeyCenter()
 {
-    if (!m_backend) {
-        return;
+    for (auto &[identifier, binding] : m_bindings) {
+        release(binding);
     }
-    for (const auto &[identifier, handle] : m_refs) {
-        m_backend->unregisterHotKey(handle);
+    m_bindings.clear();
+    if (m_backend) {
+        m_backend->onHotKeyPressed = nullptr;
     }
-    m_refs.clear();
-    m_backend->onHotKeyPressed = nullptr;
 }
 
 void GlobalHotKeyCenter::setHandler(std::uint32_t identifier, Handler handler)
@@ -37,34 +52,83 @@ bool GlobalHotKeyCenter::registerCombo(std::optional<KeyCombo> combo, ShortcutAc
 {
     const std::uint32_t identifier = hotKeyIdentifier(action);
     // A re-registration never leaves the old binding active, even when the new one fails.
-    if (const auto found = m_refs.find(identifier); found != m_refs.end()) {
-        if (m_backend) {
-            m_backend->unregisterHotKey(found->second);
-        }
-        m_refs.erase(found);
+    if (const auto found = m_bindings.find(identifier); found != m_bindings.end()) {
+        release(found->second);
+        m_bindings.erase(found);
     }
     if (!combo) {
         return true;
     }
     // A bare key, or one with Shift alone, is never taken away from every other application.
     if ((combo->modifiers & ModifierFlag::hotKeyMask) == 0) {
+        Q_EMIT registrationFailed(action);
         return false;
     }
-    if (!m_backend) {
-        return false;
+    if (m_suspended) {
+        m_bindings[identifier] = Binding{*combo, std::nullopt};
+        return true;
     }
-    const std::optional<HotKeyHandle> handle =
-        m_backend->registerHotKey(combo->keyCode, x11Modifiers(*combo), {signature, identifier});
+    const std::optional<HotKeyHandle> handle = grab(*combo, identifier);
     if (!handle) {
+        Q_EMIT registrationFailed(action);
         return false;
     }
-    m_refs[identifier] = *handle;
+    m_bindings[identifier] = Binding{*combo, handle};
     return true;
 }
 
 bool GlobalHotKeyCenter::isRegistered(ShortcutAction action) const
 {
-    return m_refs.contains(hotKeyIdentifier(action));
+    return m_bindings.contains(hotKeyIdentifier(action));
+}
+
+void GlobalHotKeyCenter::setSuspended(bool suspended)
+{
+    if (suspended == m_suspended) {
+        return;
+    }
+    m_suspended = suspended;
+    if (suspended) {
+        qCDebug(lcShortcuts, "global shortcuts suspended");
+        for (auto &[identifier, binding] : m_bindings) {
+            release(binding);
+        }
+        return;
+    }
+    qCDebug(lcShortcuts, "global shortcuts resumed");
+    std::vector<std::uint32_t> lost;
+    for (auto &[identifier, binding] : m_bindings) {
+        binding.handle = grab(binding.combo, identifier);
+        if (!binding.handle) {
+            lost.push_back(identifier);
+        }
+    }
+    // Reported once the bindings are consistent again: a receiver may register anew.
+    for (const std::uint32_t identifier : lost) {
+        m_bindings.erase(identifier);
+    }
+    for (const std::uint32_t identifier : lost) {
+        if (const std::optional<ShortcutAction> action = actionWithIdentifier(identifier)) {
+            Q_EMIT registrationFailed(*action);
+        }
+    }
+}
+
+std::optional<HotKeyHandle> GlobalHotKeyCenter::grab(const KeyCombo &combo,
+                                                     std::uint32_t identifier)
+{
+    if (!m_backend) {
+        return std::nullopt;
+    }
+    return m_backend->registerHotKey(combo.keyCode, x11Modifiers(combo), {signature, identifier});
+}
+
+void GlobalHotKeyCenter::release(Binding &binding)
+{
+    if (binding.handle && m_backend) {
+        m_backend->unregisterHotKey(*binding.handle);
+    }
+    binding.handle.reset();
 }
 
 bool GlobalHotKeyCenter::hotKeyPressed(const HotKeyId &id)
@@ -73,8 +137,10 @@ bool GlobalHotKeyCenter::hotKeyPressed(const HotKeyId &id)
         return false;
     }
     const std::uint32_t identifier = id.identifier;
+    // Presses are handed to the main thread's event loop, so that a handler never runs inside
+    // the backend's callback; presses still queued when the centre goes die with it.
     QMetaObject::invokeMethod(
-        m_context.get(), [this, identifier] { runHandler(identifier); }, Qt::QueuedConnection);
+        this, [this, identifier] { runHandler(identifier); }, Qt::QueuedConnection);
     return true;
 }
 

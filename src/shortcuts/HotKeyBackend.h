@@ -25,7 +25,8 @@ struct HotKeyHandle
 };
 
 // The desktop's system-wide hot-key service. The X11 implementation grabs the key on the
-// root window (once per Caps Lock and Num Lock variant); tests script one. Main thread only.
+// root window (once per state of Caps Lock, Num Lock and Scroll Lock); tests script one. Main
+// thread only.
 class HotKeyBackend
 {
 public:

@@ -1,5 +1,7 @@
 #include "shortcuts/ModifierMapping.h"
 
+#include <algorithm>
+
 namespace lookpane {
 
 std::uint16_t x11Modifiers(const KeyCombo &combo)
@@ -20,13 +22,39 @@ std::uint16_t x11Modifiers(const KeyCombo &combo)
     return mask;
 }
 
-std::array<std::uint16_t, 4> x11LockVariants(std::uint16_t mask, std::uint16_t numLockMask)
+LockModifiers lockModifiersFromMap(const std::array<std::vector<std::uint32_t>, 8> &keysyms)
 {
-    const auto with = [mask](std::uint16_t extra) {
-        return static_cast<std::uint16_t>(mask | extra);
+    constexpr std::size_t firstModN = 3; // Shift, Lock and Control come first
+    constexpr std::uint16_t taken = X11Modifier::mod1 | X11Modifier::mod4;
+    const auto bitHolding = [&](std::uint32_t keysym) -> std::uint16_t {
+        for (std::size_t index = firstModN; index < keysyms.size(); ++index) {
+            const auto bit = static_cast<std::uint16_t>(1u << index);
+            if ((bit & taken) == 0 && std::find(keysyms[index].begin(), keysyms[index].end(),
+                                                keysym) != keysyms[index].end()) {
+                return bit;
+            }
+        }
+        return 0;
     };
-    return {mask, with(X11Modifier::lock), with(numLockMask),
-            with(static_cast<std::uint16_t>(X11Modifier::lock | numLockMask))};
+    return {bitHolding(X11Keysym::numLock), bitHolding(X11Keysym::scrollLock)};
+}
+
+std::vector<std::uint16_t> x11LockVariants(std::uint16_t mask, const LockModifiers &locks)
+{
+    const std::array<std::uint16_t, 3> lockBits{X11Modifier::lock, locks.numLock, locks.scrollLock};
+    std::vector<std::uint16_t> variants;
+    for (unsigned subset = 0; subset < (1u << lockBits.size()); ++subset) {
+        std::uint16_t variant = mask;
+        for (std::size_t bit = 0; bit < lockBits.size(); ++bit) {
+            if (subset & (1u << bit)) {
+                variant = static_cast<std::uint16_t>(variant | lockBits[bit]);
+            }
+        }
+        if (std::find(variants.begin(), variants.end(), variant) == variants.end()) {
+            variants.push_back(variant);
+        }
+    }
+    return variants;
 }
 
 std::uint16_t x11SignificantModifiers(std::uint32_t state)

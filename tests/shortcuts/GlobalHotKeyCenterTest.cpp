@@ -12,6 +12,7 @@
 
 #include <atomic>
 #include <thread>
+#include <vector>
 
 using namespace lookpane;
 using namespace lookpane::testing;
@@ -257,4 +258,163 @@ TEST_F(GlobalHotKeyCenterTest, DestructionUnregistersEverythingAndDropsQueuedPre
     EXPECT_FALSE(record->destroyedWhileListened);
     processPendingEvents();
     EXPECT_EQ(calls, 0);
+}
+
+// --- failures reported as a signal ---------------------------------------------------------
+
+TEST_F(GlobalHotKeyCenterTest, EveryFailedRegistrationIsReportedWithItsAction)
+{
+    std::vector<ShortcutAction> failed;
+    QObject::connect(center.get(), &GlobalHotKeyCenter::registrationFailed,
+                     [&](ShortcutAction action) { failed.push_back(action); });
+    record->taken.insert(
+        {VirtualKeyCode::b, X11Modifier::control | X11Modifier::mod1 | X11Modifier::mod4});
+    EXPECT_FALSE(center->registerCombo(ctrlAltSuperB, ShortcutAction::privacyBlur));
+    EXPECT_FALSE(center->registerCombo(KeyCombo{VirtualKeyCode::f5, ModifierFlag::shift},
+                                       ShortcutAction::clearAnnotations));
+    EXPECT_TRUE(center->registerCombo(ctrlAltSuperD, ShortcutAction::drawingMode));
+    EXPECT_TRUE(center->registerCombo(std::nullopt, ShortcutAction::drawingMode));
+    EXPECT_EQ(failed, (std::vector<ShortcutAction>{ShortcutAction::privacyBlur,
+                                                   ShortcutAction::clearAnnotations}));
+}
+
+// --- suspension ----------------------------------------------------------------------------
+
+TEST_F(GlobalHotKeyCenterTest, SuspendingReleasesEveryGrabAndResumingTakesThemBack)
+{
+    ASSERT_TRUE(center->registerCombo(ctrlAltSuperB, ShortcutAction::privacyBlur));
+    ASSERT_TRUE(center->registerCombo(ctrlAltSuperE, ShortcutAction::clearAnnotations));
+    ASSERT_EQ(record->live.size(), 2u);
+
+    center->setSuspended(true);
+    EXPECT_TRUE(center->isSuspended());
+    EXPECT_TRUE(record->live.empty()) << "a grab stayed while a recorder waits for keys";
+    EXPECT_EQ(record->staleUnregisterCalls, 0);
+    // The bindings are kept.
+    EXPECT_TRUE(center->isRegistered(ShortcutAction::privacyBlur));
+    EXPECT_TRUE(center->isRegistered(ShortcutAction::clearAnnotations));
+    EXPECT_FALSE(center->isRegistered(ShortcutAction::drawingMode));
+
+    center->setSuspended(false);
+    EXPECT_FALSE(center->isSuspended());
+    ASSERT_EQ(record->live.size(), 2u);
+    EXPECT_EQ(record->live[0].keyCode, VirtualKeyCode::b);
+    EXPECT_EQ(record->live[0].id, (HotKeyId{GlobalHotKeyCenter::signature, 1}));
+    EXPECT_EQ(record->live[1].keyCode, VirtualKeyCode::e);
+    EXPECT_EQ(record->live[1].id, (HotKeyId{GlobalHotKeyCenter::signature, 3}));
+    EXPECT_EQ(record->live[1].x11Modifiers,
+              X11Modifier::control | X11Modifier::mod1 | X11Modifier::mod4);
+}
+
+TEST_F(GlobalHotKeyCenterTest, ResumedGrabsStillRunTheirHandlers)
+{
+    int blurToggles = 0;
+    center->setHandler(1, [&] { ++blurToggles; });
+    ASSERT_TRUE(center->registerCombo(ctrlAltSuperB, ShortcutAction::privacyBlur));
+    center->setSuspended(true);
+    center->setSuspended(false);
+    ASSERT_EQ(record->live.size(), 1u);
+    EXPECT_TRUE(scripted->press(record->live.front().id));
+    EXPECT_TRUE(processEventsUntil([&] { return blurToggles == 1; }));
+}
+
+TEST_F(GlobalHotKeyCenterTest, SuspendingOrResumingTwiceChangesNothing)
+{
+    ASSERT_TRUE(center->registerCombo(ctrlAltSuperB, ShortcutAction::privacyBlur));
+    center->setSuspended(false);
+    EXPECT_EQ(record->registerCalls, 1);
+    EXPECT_EQ(record->unregisterCalls, 0);
+    center->setSuspended(true);
+    center->setSuspended(true);
+    EXPECT_EQ(record->unregisterCalls, 1);
+    center->setSuspended(false);
+    center->setSuspended(false);
+    EXPECT_EQ(record->registerCalls, 2);
+    EXPECT_EQ(record->live.size(), 1u);
+}
+
+TEST_F(GlobalHotKeyCenterTest, RegisteringWhileSuspendedRecordsTheBindingAndGrabsItOnResume)
+{
+    ASSERT_TRUE(center->registerCombo(ctrlAltSuperB, ShortcutAction::privacyBlur));
+    center->setSuspended(true);
+    EXPECT_TRUE(center->registerCombo(ctrlAltSuperD, ShortcutAction::privacyBlur));
+    EXPECT_TRUE(center->isRegistered(ShortcutAction::privacyBlur));
+    EXPECT_TRUE(record->live.empty()) << "grabbed while suspended";
+    EXPECT_EQ(record->registerCalls, 1);
+
+    center->setSuspended(false);
+    ASSERT_EQ(record->live.size(), 1u);
+    EXPECT_EQ(record->live.front().keyCode, VirtualKeyCode::d);
+    EXPECT_EQ(record->live.front().id.identifier, 1u);
+}
+
+TEST_F(GlobalHotKeyCenterTest, RegisteringNoComboWhileSuspendedLeavesNothingToTakeBack)
+{
+    ASSERT_TRUE(center->registerCombo(ctrlAltSuperB, ShortcutAction::privacyBlur));
+    center->setSuspended(true);
+    EXPECT_TRUE(center->registerCombo(std::nullopt, ShortcutAction::privacyBlur));
+    EXPECT_FALSE(center->isRegistered(ShortcutAction::privacyBlur));
+    center->setSuspended(false);
+    EXPECT_TRUE(record->live.empty());
+    EXPECT_EQ(record->registerCalls, 1);
+    EXPECT_EQ(record->staleUnregisterCalls, 0);
+}
+
+TEST_F(GlobalHotKeyCenterTest, ShiftOnlyComboFailsAtOnceEvenWhileSuspended)
+{
+    std::vector<ShortcutAction> failed;
+    QObject::connect(center.get(), &GlobalHotKeyCenter::registrationFailed,
+                     [&](ShortcutAction action) { failed.push_back(action); });
+    ASSERT_TRUE(center->registerCombo(ctrlAltSuperD, ShortcutAction::drawingMode));
+    center->setSuspended(true);
+    EXPECT_FALSE(center->registerCombo(KeyCombo{VirtualKeyCode::f5, ModifierFlag::shift},
+                                       ShortcutAction::drawingMode));
+    EXPECT_FALSE(center->isRegistered(ShortcutAction::drawingMode));
+    EXPECT_EQ(failed, std::vector<ShortcutAction>{ShortcutAction::drawingMode});
+    center->setSuspended(false);
+    EXPECT_TRUE(record->live.empty());
+    EXPECT_EQ(record->registerCalls, 1);
+}
+
+TEST_F(GlobalHotKeyCenterTest, BindingTakenDuringSuspensionIsDroppedAndReportedOnResume)
+{
+    std::vector<ShortcutAction> failed;
+    QObject::connect(center.get(), &GlobalHotKeyCenter::registrationFailed,
+                     [&](ShortcutAction action) { failed.push_back(action); });
+    ASSERT_TRUE(center->registerCombo(ctrlAltSuperB, ShortcutAction::privacyBlur));
+    ASSERT_TRUE(center->registerCombo(ctrlAltSuperD, ShortcutAction::drawingMode));
+    center->setSuspended(true);
+    // Recorded while suspended, taken by another application before the suspension ends.
+    EXPECT_TRUE(center->registerCombo(ctrlAltSuperE, ShortcutAction::clearAnnotations));
+    const std::uint16_t ctrlAltSuper = X11Modifier::control | X11Modifier::mod1 | X11Modifier::mod4;
+    record->taken.insert({VirtualKeyCode::b, ctrlAltSuper});
+    record->taken.insert({VirtualKeyCode::e, ctrlAltSuper});
+    EXPECT_TRUE(failed.empty());
+
+    center->setSuspended(false);
+    EXPECT_EQ(failed, (std::vector<ShortcutAction>{ShortcutAction::privacyBlur,
+                                                   ShortcutAction::clearAnnotations}));
+    EXPECT_FALSE(center->isRegistered(ShortcutAction::privacyBlur));
+    EXPECT_TRUE(center->isRegistered(ShortcutAction::drawingMode));
+    EXPECT_FALSE(center->isRegistered(ShortcutAction::clearAnnotations));
+    ASSERT_EQ(record->live.size(), 1u);
+    EXPECT_EQ(record->live.front().keyCode, VirtualKeyCode::d);
+
+    // Nothing stale is left to release later.
+    center->setSuspended(true);
+    center.reset();
+    EXPECT_EQ(record->staleUnregisterCalls, 0);
+    EXPECT_TRUE(record->live.empty());
+}
+
+TEST_F(GlobalHotKeyCenterTest, DestructionWhileSuspendedReleasesNothingTwice)
+{
+    ASSERT_TRUE(center->registerCombo(ctrlAltSuperB, ShortcutAction::privacyBlur));
+    center->setSuspended(true);
+    ASSERT_EQ(record->unregisterCalls, 1);
+    center.reset();
+    EXPECT_EQ(record->unregisterCalls, 1);
+    EXPECT_EQ(record->staleUnregisterCalls, 0);
+    EXPECT_TRUE(record->live.empty());
+    EXPECT_FALSE(record->destroyedWhileListened);
 }

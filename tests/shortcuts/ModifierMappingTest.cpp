@@ -43,14 +43,62 @@ TEST(ModifierMapping, X11StateMapsBackToTheSameFlags)
     }
 }
 
-TEST(ModifierMapping, HotKeysAreGrabbedForEveryCapsLockAndNumLockState)
+TEST(ModifierMapping, HotKeysAreGrabbedForEveryCapsLockNumLockAndScrollLockState)
 {
     const std::uint16_t ctrlAltSuper = 0x04 | 0x08 | 0x40;
-    EXPECT_EQ(x11LockVariants(ctrlAltSuper),
-              (std::array<std::uint16_t, 4>{ctrlAltSuper, ctrlAltSuper | 0x02, ctrlAltSuper | 0x10,
-                                            ctrlAltSuper | 0x02 | 0x10}));
-    // A keyboard map that puts Num Lock on Mod3.
-    EXPECT_EQ(x11LockVariants(0x04, 0x20), (std::array<std::uint16_t, 4>{0x04, 0x06, 0x24, 0x26}));
+    // Num Lock on Mod2, Scroll Lock on Mod3: all eight states.
+    EXPECT_EQ(x11LockVariants(ctrlAltSuper, LockModifiers{0x10, 0x20}),
+              (std::vector<std::uint16_t>{ctrlAltSuper, ctrlAltSuper | 0x02, ctrlAltSuper | 0x10,
+                                          ctrlAltSuper | 0x02 | 0x10, ctrlAltSuper | 0x20,
+                                          ctrlAltSuper | 0x02 | 0x20, ctrlAltSuper | 0x10 | 0x20,
+                                          ctrlAltSuper | 0x02 | 0x10 | 0x20}));
+}
+
+TEST(ModifierMapping, LockVariantsFollowWhereTheMapPutsNumLock)
+{
+    // A keyboard map that puts Num Lock on Mod3 and has no Scroll Lock modifier.
+    EXPECT_EQ(x11LockVariants(0x04, LockModifiers{0x20, 0}),
+              (std::vector<std::uint16_t>{0x04, 0x06, 0x24, 0x26}));
+}
+
+TEST(ModifierMapping, LockVariantsAreEachGrabbedOnce)
+{
+    // No Num Lock and no Scroll Lock modifier: the combination with and without Caps Lock.
+    EXPECT_EQ(x11LockVariants(0x4C, LockModifiers{}), (std::vector<std::uint16_t>{0x4C, 0x4E}));
+    // Both locks on one bit.
+    EXPECT_EQ(x11LockVariants(0x4C, LockModifiers{0x80, 0x80}),
+              (std::vector<std::uint16_t>{0x4C, 0x4E, 0xCC, 0xCE}));
+}
+
+TEST(ModifierMapping, LockBitsAreReadFromTheModifierMap)
+{
+    std::array<std::vector<std::uint32_t>, 8> map;
+    map[0] = {0xffe1, 0xffe2};         // Shift_L, Shift_R
+    map[1] = {0xffe5};                 // Caps_Lock
+    map[2] = {0xffe3, 0xffe4};         // Control_L, Control_R
+    map[3] = {0xffe9, 0xffe7};         // Alt_L, Meta_L
+    map[4] = {X11Keysym::numLock};     // Mod2
+    map[6] = {0xffeb, 0xffec, 0xffed}; // Super_L, Super_R, Hyper_L
+    EXPECT_EQ(lockModifiersFromMap(map), (LockModifiers{0x10, 0}));
+
+    map[4].clear();
+    map[7] = {0xfe03, X11Keysym::numLock}; // ISO_Level3_Shift and Num Lock on Mod5
+    map[5] = {X11Keysym::scrollLock};      // Mod3
+    EXPECT_EQ(lockModifiersFromMap(map), (LockModifiers{0x80, 0x20}));
+}
+
+TEST(ModifierMapping, LocksOnShiftControlAltOrSuperAreLeftOut)
+{
+    std::array<std::vector<std::uint32_t>, 8> map;
+    map[0] = {X11Keysym::numLock};
+    map[2] = {X11Keysym::scrollLock};
+    EXPECT_EQ(lockModifiersFromMap(map), (LockModifiers{0, 0}));
+    map[3] = {X11Keysym::numLock};
+    map[6] = {X11Keysym::scrollLock};
+    EXPECT_EQ(lockModifiersFromMap(map), (LockModifiers{0, 0}));
+    // Found further down on a bit of its own.
+    map[5] = {X11Keysym::numLock};
+    EXPECT_EQ(lockModifiersFromMap(map), (LockModifiers{0x20, 0}));
 }
 
 TEST(ModifierMapping, PressesAreToldApartByShiftControlAltSuperOnly)
@@ -58,7 +106,7 @@ TEST(ModifierMapping, PressesAreToldApartByShiftControlAltSuperOnly)
     // Ctrl+Alt+Super with Caps Lock, Num Lock and the first pointer button down.
     EXPECT_EQ(x11SignificantModifiers(0x04 | 0x08 | 0x40 | 0x02 | 0x10 | 0x100), 0x4C);
     EXPECT_EQ(x11SignificantModifiers(0x01 | 0x20 | 0x80), 0x01);
-    for (const std::uint16_t lockState : x11LockVariants(0x4C)) {
+    for (const std::uint16_t lockState : x11LockVariants(0x4C, LockModifiers{0x10, 0x20})) {
         EXPECT_EQ(x11SignificantModifiers(lockState), 0x4C);
     }
 }
