@@ -10,5 +10,7 @@
 #include "platform/x11/X11WindowTraits.h"
 #include "render/CaptureRenderer.h"
 #include "shell/StatusMenu.h"
+#include "panels/GuideWindowController.h"
 #include "shortcuts/GlobalHotKeyCenter.h"
+#include "shortcuts/x11/X11HotKeyBackend.h"
 #include "toolbar/FrameToolbarWindowController.h"
