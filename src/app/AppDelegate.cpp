@@ -10,6 +10,8 @@
 #include "model/FramePreferences.h"
 #include "model/Preferences.h"
 #include "model/ScreenCoordinates.h"
+#include "panels/GuideWindowController.h"
+#include "panels/SettingsWindowController.h"
 #include "platform/x11/ApplicationConnection.h"
 #include "shell/FitWindowList.h"
 #include "shell/FramingMenu.h"
@@ -65,6 +67,8 @@ AppDelegate::~AppDelegate()
     // The global shortcuts first: they are let go while the windows they act on still exist,
     // and presses still queued die with the centre.
     m_hotKeys.reset();
+    m_settingsWindow.reset();
+    m_guideWindow.reset();
     // The menus go before what their actions reach; the engine's signals reach into the window
     // controller: stop and drop it next.
     m_permissionAlert.reset();
@@ -102,6 +106,15 @@ void AppDelegate::applicationDidFinishLaunching()
     // frame window covers it, as long as the window stays redirected.
     m_shareWindowRedirection = std::make_unique<x11::X11WindowRedirection>(
         x11::windowId(m_windowController->shareWindow()));
+
+    // The guide, then the settings window; both are kept for the whole run, closing them only
+    // hides them.
+    m_guideWindow =
+        std::make_unique<GuideWindowController>(m_preferences, StatusItem::isTrayAvailable());
+    m_settingsWindow = std::make_unique<SettingsWindowController>(m_preferences);
+
+    // 3. What is changed in the settings window takes effect at once.
+    installSettingsHandlers();
 
     // 4. The global shortcuts do what the menu's items do.
     installHotKeyHandlers();
@@ -150,6 +163,35 @@ void AppDelegate::applicationDidFinishLaunching()
 
     // 11. Showing the frame reports it visible, which starts the capture.
     controller->show();
+
+    // 12. The guide on the first launches, until the user unticks it.
+    if (m_preferences.boolValue(QStringLiteral("ShowGuideOnLaunch"))) {
+        m_guideWindow->show();
+    }
+}
+
+void AppDelegate::installSettingsHandlers()
+{
+    SettingsWindowController *settings = m_settingsWindow.get();
+    // A recorder must get the combination that is bound already; the shortcuts come back
+    // before a newly recorded one is registered.
+    connect(settings, &SettingsWindowController::recordingChanged, m_hotKeys.get(),
+            &GlobalHotKeyCenter::setSuspended);
+    connect(settings, &SettingsWindowController::shortcutChanged, this,
+            [this](ShortcutAction action, std::optional<KeyCombo> combo) {
+                registerGlobalShortcut(combo, action);
+            });
+    // Every refusal shows in the window, also those at launch, while it is closed: the user
+    // sees it the next time it opens.
+    connect(this, &AppDelegate::hotKeyRegistrationFailed, settings,
+            &SettingsWindowController::showConflict);
+    connect(settings, &SettingsWindowController::blurStrengthChanged, this,
+            [this](BlurStrength strength) {
+                FramePreferences(m_preferences, currentScreenLayout).setBlurStrength(strength);
+                m_windowController->setBlurStrength(strength);
+            });
+    connect(settings, &SettingsWindowController::toolShortcutsChanged, m_windowController.get(),
+            &LookpaneWindowController::updateToolbar);
 }
 
 void AppDelegate::installHotKeyHandlers()
@@ -240,7 +282,8 @@ void AppDelegate::installApplicationShortcuts()
     // Lookpane window instead.
     const QList<QWidget *> windows = {m_windowController->frameWindow(),
                                       m_windowController->shareWindow(),
-                                      m_windowController->toolbar()->window()};
+                                      m_windowController->toolbar()->window(),
+                                      m_settingsWindow->window(), m_guideWindow->window()};
     for (QWidget *window : windows) {
         window->addActions({m_statusMenu->settingsAction(), m_statusMenu->guideAction(),
                             m_statusMenu->quitAction()});
@@ -328,7 +371,11 @@ void AppDelegate::updateMenu()
     state.drawingShortcut = shortcuts.combo(ShortcutAction::drawingMode);
     state.clearShortcut = shortcuts.combo(ShortcutAction::clearAnnotations);
     m_statusMenu->update(state);
-    m_windowController->toolbar()->setTrayAvailable(StatusItem::isTrayAvailable());
+    const bool trayAvailable = StatusItem::isTrayAvailable();
+    m_windowController->toolbar()->setTrayAvailable(trayAvailable);
+    if (m_guideWindow && m_guideWindow->isTrayAvailable() != trayAvailable) {
+        m_guideWindow->setTrayAvailable(trayAvailable);
+    }
 }
 
 // --- menu actions ---------------------------------------------------------------------------
@@ -396,14 +443,16 @@ void AppDelegate::clearAnnotations()
 
 void AppDelegate::openSettings()
 {
-    // The settings window does not exist yet.
-    qCDebug(lcApp, "Settings asked for; there is no settings window yet");
+    if (m_settingsWindow) {
+        m_settingsWindow->show();
+    }
 }
 
 void AppDelegate::openGuide()
 {
-    // The guide window does not exist yet.
-    qCDebug(lcApp, "The guide asked for; there is no guide window yet");
+    if (m_guideWindow) {
+        m_guideWindow->show();
+    }
 }
 
 void AppDelegate::showAbout()

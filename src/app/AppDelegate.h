@@ -21,10 +21,12 @@ namespace lookpane {
 class FitWindowList;
 class FramingMenu;
 class GlobalHotKeyCenter;
+class GuideWindowController;
 class LookpaneWindowController;
 class PermissionAlert;
 class Preferences;
 class ScreenCaptureEngine;
+class SettingsWindowController;
 struct ShareableWindow;
 class StatusItem;
 class StatusMenu;
@@ -98,6 +100,8 @@ public:
     FramingMenu *toolbarFramingMenu() const { return m_toolbarFramingMenu.get(); }
     FitWindowList *fitWindowList() const { return m_fitWindowList.get(); }
     PermissionAlert *permissionAlert() const { return m_permissionAlert.get(); }
+    SettingsWindowController *settingsWindow() const { return m_settingsWindow.get(); }
+    GuideWindowController *guideWindow() const { return m_guideWindow.get(); }
     // The global shortcuts; a shortcut recorder suspends them while it waits for a key.
     GlobalHotKeyCenter *hotKeys() const { return m_hotKeys.get(); }
 
@@ -107,6 +111,7 @@ Q_SIGNALS:
     void hotKeyRegistrationFailed(lookpane::ShortcutAction action);
 
 private:
+    void installSettingsHandlers();
     void installHotKeyHandlers();
     void registerStoredGlobalShortcuts();
     void configureStatusItem();
@@ -129,6 +134,8 @@ private:
     std::unique_ptr<StatusMenu> m_statusMenu;
     std::unique_ptr<StatusItem> m_statusItem;
     std::unique_ptr<PermissionAlert> m_permissionAlert;
+    std::unique_ptr<GuideWindowController> m_guideWindow;
+    std::unique_ptr<SettingsWindowController> m_settingsWindow;
 };
 
 } // namespace lookpane

@@ -72,6 +72,11 @@ BlurStrength FramePreferences::blurStrength() const
     return text && *text == QLatin1String("strong") ? BlurStrength::strong : BlurStrength::light;
 }
 
+void FramePreferences::setBlurStrength(BlurStrength strength)
+{
+    m_preferences.setValue(blurStrengthKey, rawValue(strength));
+}
+
 ShareMode FramePreferences::mode() const
 {
     const std::optional<QString> text = m_preferences.stringValue(modeKey);

@@ -30,6 +30,7 @@ public:
     FrameRatio ratio() const;
     void setRatio(FrameRatio ratio);
     BlurStrength blurStrength() const;
+    void setBlurStrength(BlurStrength strength);
     ShareMode mode() const;
 
     // Whether some screen's visible frame overlaps `rect` by at least 10000 square points.

@@ -1,6 +1,7 @@
 // Lookpane from end to end, driven as a user drives it: the real executable on a private X
 // server with openbox, a window of another program beneath the box, real mouse and keys.
 #include "ChildProcess.h"
+#include "LookpaneLaunch.h"
 #include "Eventually.h"
 #include "ImageMetrics.h"
 #include "PatternWindow.h"
@@ -39,15 +40,11 @@ constexpr int hideButton = 239;
 // The drawing row ends with undo, clear and done; done is the last control.
 constexpr int toolbarMiddle = 20;
 
+// Lookpane on the test's display with the test's settings, the guide kept closed.
 ChildProcess::Options lookpaneEnvironment(const XvfbServer &server, const QTemporaryDir &config)
 {
-    ChildProcess::Options options;
-    options.environment["DISPLAY"] = server.displayName();
-    options.environment["QT_QPA_PLATFORM"] = "xcb";
-    options.environment["XDG_CONFIG_HOME"] = config.path().toStdString();
-    options.environment["LIBGL_ALWAYS_SOFTWARE"] = "1";
-    options.unset = {"WAYLAND_DISPLAY", "XAUTHORITY", "SESSION_MANAGER"};
-    return options;
+    keepGuideClosedAtLaunch(config.path());
+    return lookpane::testing::lookpaneEnvironment(server.displayName(), config.path());
 }
 
 int countNear(const QImage &image, QColor color, int tolerance)

@@ -2,6 +2,7 @@
 // a window of another program in front, and the keys pressed as a user presses them (xdotool,
 // through XTEST). What viewers see is read back from the share window.
 #include "ChildProcess.h"
+#include "LookpaneLaunch.h"
 #include "Eventually.h"
 #include "ImageMetrics.h"
 #include "PatternWindow.h"
@@ -26,15 +27,11 @@ using namespace lookpane::testing;
 
 namespace {
 
+// Lookpane on the test's display with the test's settings, the guide kept closed.
 ChildProcess::Options lookpaneEnvironment(const XvfbServer &server, const QTemporaryDir &config)
 {
-    ChildProcess::Options options;
-    options.environment["DISPLAY"] = server.displayName();
-    options.environment["QT_QPA_PLATFORM"] = "xcb";
-    options.environment["XDG_CONFIG_HOME"] = config.path().toStdString();
-    options.environment["LIBGL_ALWAYS_SOFTWARE"] = "1";
-    options.unset = {"WAYLAND_DISPLAY", "XAUTHORITY", "SESSION_MANAGER"};
-    return options;
+    keepGuideClosedAtLaunch(config.path());
+    return lookpane::testing::lookpaneEnvironment(server.displayName(), config.path());
 }
 
 int countNear(const QImage &image, QColor color, int tolerance)

@@ -1,4 +1,5 @@
 // Launches the real lookpane executable on a private X server, as a user would.
+#include "LookpaneLaunch.h"
 #include "ChildProcess.h"
 #include "PatternWindow.h"
 #include "XReadback.h"
@@ -22,12 +23,7 @@ namespace {
 
 ChildProcess::Options lookpaneEnvironment(const XvfbServer &server, const QTemporaryDir &config)
 {
-    ChildProcess::Options options;
-    options.environment["DISPLAY"] = server.displayName();
-    options.environment["QT_QPA_PLATFORM"] = "xcb";
-    options.environment["XDG_CONFIG_HOME"] = config.path().toStdString();
-    options.unset = {"WAYLAND_DISPLAY", "XAUTHORITY", "SESSION_MANAGER"};
-    return options;
+    return lookpane::testing::lookpaneEnvironment(server.displayName(), config.path());
 }
 
 QString settingsFile(const QTemporaryDir &config)
@@ -50,6 +46,9 @@ TEST(LaunchSmoke, FirstLaunchShowsCentredDefaultFrameAndExitsCleanlyOnSigterm)
     ASSERT_TRUE(window.has_value()) << "no viewable window titled Lookpane";
     // 800 × 450 centred on the screen's visible area (openbox reserves no strut here).
     EXPECT_EQ(window->geometry, QRect(560, 315, 800, 450));
+    // A first launch explains itself.
+    EXPECT_TRUE(waitForViewableRole(server.displayName(), QStringLiteral("guide"), 15000))
+        << "the guide did not open at the first launch";
 
     lookpane.signal(SIGTERM);
     const std::optional<int> status = lookpane.waitForExit(std::chrono::seconds(10));
@@ -93,6 +92,7 @@ TEST(LaunchSmoke, CtrlQQuits)
     ASSERT_TRUE(server.isRunning());
     ASSERT_TRUE(server.startWindowManager());
     QTemporaryDir config;
+    keepGuideClosedAtLaunch(config.path());
     ChildProcess lookpane({lookpaneExecutable()}, lookpaneEnvironment(server, config));
     const std::optional<WindowInfo> window =
         waitForViewableRole(server.displayName(), QStringLiteral("frame"), 15000);
@@ -115,6 +115,7 @@ TEST(LaunchSmoke, ASecondLaunchOnTheSameDisplayLeavesTheFirstRunningAndExits)
     XvfbServer server({1280, 720});
     ASSERT_TRUE(server.isRunning());
     QTemporaryDir config;
+    keepGuideClosedAtLaunch(config.path());
     ChildProcess first({lookpaneExecutable()}, lookpaneEnvironment(server, config));
     ASSERT_TRUE(waitForViewableWindow(server.displayName(), QStringLiteral("Lookpane"), 15000));
 

@@ -3,6 +3,7 @@
 // What the tray tests share: a desktop of their own (a private X server with openbox, a
 // private session bus, a settings folder) with the real lookpane launched on it, and the
 // mouse, the windows and the pictures as a user would see them.
+#include "LookpaneLaunch.h"
 #include "ChildProcess.h"
 #include "Eventually.h"
 #include "ImageMetrics.h"
@@ -57,6 +58,7 @@ public:
 
     std::unique_ptr<ChildProcess> launchLookpane() const
     {
+        keepGuideClosedAtLaunch(m_config.path());
         return std::make_unique<ChildProcess>(std::vector<std::string>{lookpaneExecutable()},
                                               lookpaneEnvironment());
     }

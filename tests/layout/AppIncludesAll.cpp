@@ -11,6 +11,7 @@
 #include "render/CaptureRenderer.h"
 #include "shell/StatusMenu.h"
 #include "panels/GuideWindowController.h"
+#include "panels/SettingsWindowController.h"
 #include "shortcuts/GlobalHotKeyCenter.h"
 #include "shortcuts/x11/X11HotKeyBackend.h"
 #include "toolbar/FrameToolbarWindowController.h"

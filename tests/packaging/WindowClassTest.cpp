@@ -1,5 +1,6 @@
 // The desktop entry's StartupWMClass is how a desktop ties Lookpane's windows to its launcher
 // (the taskbar's icon and grouping); it has to name the class the running program gives them.
+#include "LookpaneLaunch.h"
 #include "ChildProcess.h"
 #include "PatternWindow.h"
 #include "XReadback.h"
@@ -83,6 +84,7 @@ TEST(Packaging, DesktopEntryStartupWMClassIsTheClassOfEveryLookpaneWindow)
     XvfbServer server({1280, 720});
     ASSERT_TRUE(server.isRunning());
     QTemporaryDir config;
+    keepGuideClosedAtLaunch(config.path());
     ChildProcess::Options options;
     options.environment["DISPLAY"] = server.displayName();
     options.environment["QT_QPA_PLATFORM"] = "xcb";
