@@ -2,9 +2,9 @@
 // a window of another program in front, and the keys pressed as a user presses them (xdotool,
 // through XTEST). What viewers see is read back from the share window.
 #include "ChildProcess.h"
-#include "LookpaneLaunch.h"
 #include "Eventually.h"
 #include "ImageMetrics.h"
+#include "LookpaneLaunch.h"
 #include "PatternWindow.h"
 #include "XInput.h"
 #include "XKeyboard.h"
@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QSettings>
 #include <QTemporaryDir>
 
 #include <signal.h>
@@ -208,4 +209,77 @@ TEST_F(HotKeysEndToEnd, ShortcutHeldByAnotherApplicationDoesNothingWhileTheOther
     // Lookpane started and runs normally.
     EXPECT_FALSE(m_lookpane->waitForExit(std::chrono::milliseconds(0)).has_value());
     EXPECT_TRUE(role("share").viewable);
+}
+
+TEST_F(HotKeysEndToEnd, ABlurShortcutRecordedInSettingsWorksAtOnceTheOldOneNotAndAfterARelaunch)
+{
+    ASSERT_NO_FATAL_FAILURE(launchLookpane());
+
+    // Ctrl+, opens the settings window from any Lookpane window; the blur recorder is the first
+    // control and has the focus, so Space starts recording, as a click would.
+    ASSERT_TRUE(xdotool(display(), {"windowactivate", "--sync", std::to_string(m_share.id)}));
+    ASSERT_TRUE(xdotool(display(), {"key", "ctrl+comma"}));
+    const WindowInfo settings = role("settings");
+    ASSERT_TRUE(settings.viewable) << "Ctrl+, did not open the settings window";
+    ASSERT_TRUE(xdotool(display(), {"windowactivate", "--sync", std::to_string(settings.id)}));
+    ASSERT_TRUE(xdotool(display(), {"key", "space"}));
+    // The combination bound now reaches the recorder, not the blur; then the new one.
+    ASSERT_TRUE(xdotool(display(), {"key", "ctrl+alt+super+k"}));
+    const QString settingsFile = lookpaneSettingsFile(m_config.path());
+    ASSERT_TRUE(eventually([&] {
+        QSettings stored(settingsFile, QSettings::NativeFormat);
+        return stored.value(QStringLiteral("Shortcut.privacyBlur.keyCode")).toInt() == 40;
+    })) << "the recorded combination was not stored";
+
+    // From the document: the old combination does nothing. D after it shows that B has been
+    // handled; a mark drawn then needs pictures rendered after both keys.
+    ASSERT_NO_FATAL_FAILURE(focusTheDocument());
+    ASSERT_TRUE(xdotool(display(), {"key", "ctrl+alt+super+b"}));
+    ASSERT_TRUE(xdotool(display(), {"key", "ctrl+alt+super+d"}));
+    ASSERT_TRUE(eventually([&] { return toolbarShowsTheDrawingRow(); }))
+        << "the drawing shortcut did not start drawing mode";
+    ASSERT_TRUE(drawAMark());
+    QImage image;
+    ASSERT_TRUE(eventually([&] { return countNear(image = shared(), markRed, 30) > 300; }));
+    const QRect untouched(0, 0, 400, 200);
+    EXPECT_LE(maxPixelDifference(image.copy(untouched), m_expected.copy(untouched)), 2)
+        << "the old blur shortcut still blurs";
+
+    // The new one blurs at once.
+    ASSERT_NO_FATAL_FAILURE(focusTheDocument());
+    ASSERT_TRUE(xdotool(display(), {"key", "ctrl+alt+super+k"}));
+    EXPECT_TRUE(eventually([&] {
+        return laplacianEnergy(shared().copy(untouched)) <=
+               0.1 * laplacianEnergy(m_expected.copy(untouched));
+    })) << "the new blur shortcut did not blur";
+
+    // Quit and launch again: the new combination is the blur's.
+    m_lookpane->signal(SIGTERM);
+    ASSERT_TRUE(m_lookpane->waitForExit(std::chrono::seconds(10)).has_value());
+    ASSERT_NO_FATAL_FAILURE(launchLookpane());
+    ASSERT_NO_FATAL_FAILURE(focusTheDocument());
+    ASSERT_TRUE(xdotool(display(), {"key", "ctrl+alt+super+k"}));
+    EXPECT_TRUE(eventually([&] { return isBlurred(image = shared()); }))
+        << "after a relaunch the recorded blur shortcut does nothing";
+}
+
+TEST_F(HotKeysEndToEnd, TheToolKeysSelectToolsInTheShippedProgram)
+{
+    ASSERT_NO_FATAL_FAILURE(launchLookpane());
+    ASSERT_NO_FATAL_FAILURE(focusTheDocument());
+    ASSERT_TRUE(xdotool(display(), {"key", "ctrl+alt+super+d"}));
+    ASSERT_TRUE(eventually([&] { return toolbarShowsTheDrawingRow(); }));
+
+    // R picks the rectangle: a diagonal drag then draws the two corners it did not pass.
+    ASSERT_TRUE(xdotool(display(), {"windowactivate", "--sync", std::to_string(m_frame.id)}));
+    ASSERT_TRUE(xdotool(display(), {"key", "r"}));
+    const QPoint origin = m_frame.geometry.topLeft();
+    const QPoint from(150, 100);
+    const QPoint to(450, 300);
+    ASSERT_TRUE(dragFromTo(display(), origin + from, origin + to));
+    const QRect untouchedCorner(to.x() - 6, from.y() - 6, 12, 12);
+    QImage image;
+    EXPECT_TRUE(eventually([&] {
+        return countNear((image = shared()).copy(untouchedCorner), markRed, 30) > 10;
+    })) << "R did not pick the rectangle: no outline at the corner the drag did not pass";
 }
