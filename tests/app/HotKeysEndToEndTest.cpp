@@ -11,6 +11,8 @@
 #include "XReadback.h"
 #include "XvfbServer.h"
 
+#include "model/SystemColors.h"
+
 #include <gtest/gtest.h>
 
 #include <QSettings>
@@ -43,6 +45,8 @@ int countNear(const QImage &image, QColor color, int tolerance)
 }
 
 const QColor markRed(0xFF, 0x3B, 0x30);
+// The settings window's conflict message.
+const QColor conflictRed = lookpane::SystemColors::red;
 
 class HotKeysEndToEnd : public ::testing::Test
 {
@@ -209,6 +213,15 @@ TEST_F(HotKeysEndToEnd, ShortcutHeldByAnotherApplicationDoesNothingWhileTheOther
     // Lookpane started and runs normally.
     EXPECT_FALSE(m_lookpane->waitForExit(std::chrono::milliseconds(0)).has_value());
     EXPECT_TRUE(role("share").viewable);
+
+    // The settings window, opened now, says why: its conflict message is the only red text.
+    ASSERT_TRUE(xdotool(display(), {"windowactivate", "--sync", std::to_string(m_share.id)}));
+    ASSERT_TRUE(xdotool(display(), {"key", "ctrl+comma"}));
+    const WindowInfo settings = role("settings");
+    ASSERT_TRUE(settings.viewable) << "Ctrl+, did not open the settings window";
+    EXPECT_TRUE(eventually([&] {
+        return countNear(grabWindow(display(), settings.id), conflictRed, 40) > 50;
+    })) << "the settings window shows no conflict message";
 }
 
 TEST_F(HotKeysEndToEnd, ABlurShortcutRecordedInSettingsWorksAtOnceTheOldOneNotAndAfterARelaunch)
