@@ -173,6 +173,11 @@ void AppDelegate::configureStatusItem()
     FrameToolbarWindowController *toolbar = m_windowController->toolbar();
     toolbar->framingMenu = m_toolbarFramingMenu->menu();
     toolbar->contextMenu = menu->menu();
+    // The hide button mentions the tray only while the icon shows in one; a panel may start,
+    // quit or restart at any time.
+    toolbar->setTrayAvailable(m_statusItem->isTrayAvailable());
+    connect(m_statusItem.get(), &StatusItem::availabilityChanged, toolbar,
+            &FrameToolbarWindowController::setTrayAvailable);
 
     m_permissionAlert = std::make_unique<PermissionAlert>();
     connect(m_permissionAlert.get(), &PermissionAlert::tryAgain, this, &AppDelegate::startCapture);
@@ -275,7 +280,6 @@ void AppDelegate::updateMenu()
     state.drawingShortcut = shortcuts.combo(ShortcutAction::drawingMode);
     state.clearShortcut = shortcuts.combo(ShortcutAction::clearAnnotations);
     m_statusMenu->update(state);
-    m_windowController->toolbar()->setTrayAvailable(StatusItem::isTrayAvailable());
 }
 
 // --- menu actions ---------------------------------------------------------------------------
