@@ -109,8 +109,7 @@ void AppDelegate::applicationDidFinishLaunching()
 
     // The guide, then the settings window; both are kept for the whole run, closing them only
     // hides them.
-    m_guideWindow =
-        std::make_unique<GuideWindowController>(m_preferences, StatusItem::isTrayAvailable());
+    m_guideWindow = std::make_unique<GuideWindowController>(m_preferences, /*trayAvailable=*/false);
     m_settingsWindow = std::make_unique<SettingsWindowController>(m_preferences);
 
     // 3. What is changed in the settings window takes effect at once.
@@ -268,6 +267,15 @@ void AppDelegate::configureStatusItem()
     FrameToolbarWindowController *toolbar = m_windowController->toolbar();
     toolbar->framingMenu = m_toolbarFramingMenu->menu();
     toolbar->contextMenu = menu->menu();
+    // The hide button mentions the tray only while the icon shows in one; a panel may start,
+    // quit or restart at any time.
+    toolbar->setTrayAvailable(m_statusItem->isTrayAvailable());
+    connect(m_statusItem.get(), &StatusItem::availabilityChanged, toolbar,
+            &FrameToolbarWindowController::setTrayAvailable);
+    // The guide tells where the menu opens in the same way.
+    m_guideWindow->setTrayAvailable(m_statusItem->isTrayAvailable());
+    connect(m_statusItem.get(), &StatusItem::availabilityChanged, m_guideWindow.get(),
+            &GuideWindowController::setTrayAvailable);
 
     m_permissionAlert = std::make_unique<PermissionAlert>();
     connect(m_permissionAlert.get(), &PermissionAlert::tryAgain, this, &AppDelegate::startCapture);
@@ -371,11 +379,6 @@ void AppDelegate::updateMenu()
     state.drawingShortcut = shortcuts.combo(ShortcutAction::drawingMode);
     state.clearShortcut = shortcuts.combo(ShortcutAction::clearAnnotations);
     m_statusMenu->update(state);
-    const bool trayAvailable = StatusItem::isTrayAvailable();
-    m_windowController->toolbar()->setTrayAvailable(trayAvailable);
-    if (m_guideWindow && m_guideWindow->isTrayAvailable() != trayAvailable) {
-        m_guideWindow->setTrayAvailable(trayAvailable);
-    }
 }
 
 // --- menu actions ---------------------------------------------------------------------------

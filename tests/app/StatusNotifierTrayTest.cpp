@@ -118,12 +118,23 @@ protected:
     void launch()
     {
         m_lookpane = m_desktop.launchLookpane();
-        const std::optional<StatusNotifierItemAddress> item = m_watcher->waitForItem(30000);
+        ASSERT_NO_FATAL_FAILURE(panelGetsTheItem());
+        ASSERT_TRUE(m_desktop.role("frame").viewable) << "the box did not show";
+    }
+
+    // Waits for an item registered after the first `registrationsBefore` and talks to it as
+    // the panel.
+    void panelGetsTheItem(int registrationsBefore = 0)
+    {
+        const std::optional<StatusNotifierItemAddress> item =
+            m_watcher->waitForItem(30000, registrationsBefore);
         ASSERT_TRUE(item.has_value()) << "Lookpane registered no item with the watcher";
         m_panel = std::make_unique<StatusNotifierItemClient>(m_desktop.bus().address(), *item);
         ASSERT_TRUE(m_panel->isConnected());
-        ASSERT_TRUE(m_desktop.role("frame").viewable) << "the box did not show";
     }
+
+    // The hide button's tooltip (see TrayDesktop::hideButtonToolTipSize).
+    QSize hideToolTip() const { return m_desktop.hideButtonToolTipSize(m_lookpane->pid()); }
 
     std::vector<std::string> menuRows()
     {
@@ -185,6 +196,31 @@ protected:
     std::unique_ptr<StatusNotifierWatcher> m_watcher;
     std::unique_ptr<ChildProcess> m_lookpane;
     std::unique_ptr<StatusNotifierItemClient> m_panel;
+};
+
+// A desktop whose panel starts after Lookpane: at first the bus has no StatusNotifier watcher
+// and the screen no XEmbed tray.
+class LateStatusNotifierTray : public StatusNotifierTray
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(m_desktop.start()) << "no X server, window manager or session bus";
+    }
+
+    // Launches Lookpane with no tray anywhere and waits until its box and toolbar show.
+    void launchWithoutTray()
+    {
+        m_lookpane = m_desktop.launchLookpane();
+        ASSERT_TRUE(m_desktop.role("frame").viewable) << "the box did not show";
+        ASSERT_TRUE(m_desktop.role("toolbar").viewable) << "the toolbar did not show";
+    }
+
+    void startPanel(StatusNotifierWatcher::Host host)
+    {
+        m_watcher = std::make_unique<StatusNotifierWatcher>(m_desktop.bus().address(), host);
+        ASSERT_TRUE(m_watcher->isRunning()) << "the watcher did not get its name on the bus";
+    }
 };
 
 } // namespace
@@ -424,4 +460,81 @@ TEST_F(StatusNotifierTray, ARestartedWatcherGetsTheItemAgain)
     EXPECT_TRUE(menuShows(launchedMenu()));
     ASSERT_TRUE(choose(QStringLiteral("Hide Lookpane window")));
     EXPECT_TRUE(TrayDesktop::eventually([&] { return !m_desktop.isRoleViewable("frame"); }));
+}
+
+TEST_F(StatusNotifierTray, APanelThatQuitsAndStartsAgainGetsTheItemBackAndTheHideButtonFollows)
+{
+    launch();
+    ASSERT_TRUE(menuShows(launchedMenu()));
+    const QSize inTray = hideToolTip();
+    ASSERT_FALSE(inTray.isEmpty()) << "the hide button showed no tooltip";
+
+    // While no panel runs, the hide button no longer promises the tray.
+    m_watcher->stop();
+    QSize withoutTray;
+    EXPECT_TRUE(TrayDesktop::eventually([&] {
+        withoutTray = hideToolTip();
+        return withoutTray.width() > inTray.width();
+    })) << "the hide button's tooltip stayed "
+        << withoutTray.width() << " wide with the panel gone";
+
+    const int before = m_watcher->registrations();
+    ASSERT_TRUE(m_watcher->start());
+    ASSERT_NO_FATAL_FAILURE(panelGetsTheItem(before));
+    EXPECT_TRUE(menuShows(launchedMenu()));
+    EXPECT_TRUE(TrayDesktop::eventually([&] { return hideToolTip() == inTray; }))
+        << "the hide button does not mention the tray again";
+    ASSERT_TRUE(choose(QStringLiteral("Hide Lookpane window")));
+    EXPECT_TRUE(TrayDesktop::eventually([&] { return !m_desktop.isRoleViewable("frame"); }));
+}
+
+TEST_F(LateStatusNotifierTray, APanelThatStartsAfterLookpaneGetsTheItemAndItsMenu)
+{
+    ASSERT_NO_FATAL_FAILURE(launchWithoutTray());
+    const QSize withoutTray = hideToolTip();
+    ASSERT_FALSE(withoutTray.isEmpty()) << "the hide button showed no tooltip";
+
+    ASSERT_NO_FATAL_FAILURE(startPanel(StatusNotifierWatcher::Host::registered));
+    ASSERT_NO_FATAL_FAILURE(panelGetsTheItem());
+    const std::optional<StatusNotifierToolTip> tip = m_panel->toolTip();
+    ASSERT_TRUE(tip.has_value()) << m_panel->lastError().toStdString();
+    EXPECT_EQ(tip->title, "Lookpane controls");
+    EXPECT_TRUE(menuShows(launchedMenu()));
+    // Now the hide button mentions the tray: the shorter of its two tooltips.
+    const QSize inTray = hideToolTip();
+    EXPECT_FALSE(inTray.isEmpty());
+    EXPECT_LT(inTray.width(), withoutTray.width());
+    EXPECT_EQ(inTray.height(), withoutTray.height());
+
+    // The menu acts.
+    ASSERT_TRUE(choose(QStringLiteral("Hide Lookpane window")));
+    EXPECT_TRUE(TrayDesktop::eventually([&] { return !m_desktop.isRoleViewable("frame"); }));
+}
+
+TEST_F(LateStatusNotifierTray, AHostThatRegistersWithARunningWatcherGetsTheItem)
+{
+    // The desktop's watcher runs before its panel, as where a session service provides it.
+    ASSERT_NO_FATAL_FAILURE(startPanel(StatusNotifierWatcher::Host::absent));
+    ASSERT_NO_FATAL_FAILURE(launchWithoutTray());
+    const QSize withoutHost = hideToolTip();
+    ASSERT_FALSE(withoutHost.isEmpty()) << "the hide button showed no tooltip";
+    EXPECT_EQ(m_watcher->registrations(), 0) << "an item registered where no panel shows it";
+
+    m_watcher->registerHost();
+    ASSERT_NO_FATAL_FAILURE(panelGetsTheItem());
+    EXPECT_TRUE(menuShows(launchedMenu()));
+    EXPECT_LT(hideToolTip().width(), withoutHost.width());
+}
+
+TEST_F(LateStatusNotifierTray, ALateItemComesBackToARestartedWatcher)
+{
+    ASSERT_NO_FATAL_FAILURE(launchWithoutTray());
+    ASSERT_NO_FATAL_FAILURE(startPanel(StatusNotifierWatcher::Host::registered));
+    ASSERT_NO_FATAL_FAILURE(panelGetsTheItem());
+    ASSERT_TRUE(menuShows(launchedMenu()));
+
+    const int before = m_watcher->registrations();
+    ASSERT_TRUE(m_watcher->restart());
+    ASSERT_NO_FATAL_FAILURE(panelGetsTheItem(before));
+    EXPECT_TRUE(menuShows(launchedMenu()));
 }

@@ -116,6 +116,29 @@ public:
         return popups.front();
     }
 
+    // The tooltip of the toolbar's hide button as the user sees it: the pointer rests on the
+    // button until the tooltip of the process `pid` shows, then goes back to the screen's
+    // top-left corner, where nothing of Lookpane's lies, and the tooltip closes. Its size; an
+    // empty one when none shows. The button says "Hide Lookpane (it stays in the tray)" with
+    // the icon in a tray and "Hide Lookpane (open Lookpane again to bring it back)" without:
+    // the wording for the tray is the narrower tooltip.
+    QSize hideButtonToolTipSize(int pid) const
+    {
+        const WindowInfo toolbar = role("toolbar");
+        if (!toolbar.viewable || !moveTo(pointerRest) ||
+            !eventually([&] { return popupsOf(pid).empty(); })) {
+            return {};
+        }
+        // Qt drops a move to where it last saw the pointer, and it does not see the pointer
+        // outside its windows: the pointer comes to the centre from a point beside it.
+        const QPoint centre = toolbar.geometry.topLeft() + hideButtonCentre;
+        const std::optional<WindowInfo> tip =
+            moveTo(centre + QPoint(3, 0)) && moveTo(centre) ? waitForPopup(pid) : std::nullopt;
+        moveTo(pointerRest);
+        eventually([&] { return popupsOf(pid).empty(); });
+        return tip ? tip->geometry.size() : QSize();
+    }
+
     // --- input ---
 
     bool xdotool(const std::vector<std::string> &args) const
@@ -175,6 +198,12 @@ public:
     }
 
 private:
+    // The hide button's centre from the toolbar's top-left corner: the last of the base row
+    // (framing, draw, blur | click-through, detach, pin | hide), buttons 30 wide and 2 apart
+    // inside a 10-point margin, the row 40 high.
+    static constexpr QPoint hideButtonCentre{239, 20};
+    static constexpr QPoint pointerRest{2, 2};
+
     XvfbServer m_server;
     SessionBus m_bus;
     QTemporaryDir m_config;

@@ -40,6 +40,9 @@ protected:
         ASSERT_TRUE(m_desktop.role("frame").viewable) << "the box did not show";
     }
 
+    // The hide button's tooltip (see TrayDesktop::hideButtonToolTipSize).
+    QSize hideToolTip() const { return m_desktop.hideButtonToolTipSize(m_lookpane->pid()); }
+
     // Waits until the icon's window is mapped inside the tray's window.
     ::testing::AssertionResult isEmbedded(std::uint32_t icon, const TrayHost &tray)
     {
@@ -172,6 +175,60 @@ TEST_F(XEmbedTray, ATrayThatStartsLaterGetsTheIconAndQuitTakesItOut)
     ASSERT_TRUE(WIFEXITED(*status)) << "Lookpane died of a signal";
     EXPECT_EQ(WEXITSTATUS(*status), 0);
     EXPECT_TRUE(tray.waitForUndocked(*icon, 10000)) << "the icon stayed in the tray";
+}
+
+TEST_F(XEmbedTray, ATrayThatStartsLaterMakesTheHideButtonMentionIt)
+{
+    launch();
+    const QSize withoutTray = hideToolTip();
+    ASSERT_FALSE(withoutTray.isEmpty()) << "the hide button showed no tooltip";
+
+    TrayHost tray(display());
+    ASSERT_TRUE(tray.isRunning());
+    const std::optional<std::uint32_t> icon = tray.waitForDockedIcon(20000);
+    ASSERT_TRUE(icon.has_value()) << "the icon did not come to a tray that started later";
+    ASSERT_TRUE(isEmbedded(*icon, tray));
+    // The shorter of the button's two tooltips: the one that mentions the tray.
+    QSize inTray;
+    EXPECT_TRUE(TrayDesktop::eventually([&] {
+        inTray = hideToolTip();
+        return !inTray.isEmpty() && inTray.width() < withoutTray.width();
+    })) << "the hide button's tooltip is "
+        << inTray.width() << " wide, as without a tray (" << withoutTray.width() << ")";
+    EXPECT_EQ(inTray.height(), withoutTray.height());
+}
+
+TEST_F(XEmbedTray, ATrayThatQuitsAndStartsAgainGetsTheIconBack)
+{
+    auto tray = std::make_unique<TrayHost>(display());
+    ASSERT_TRUE(tray->isRunning());
+    launch();
+    std::optional<std::uint32_t> icon = tray->waitForDockedIcon(20000);
+    ASSERT_TRUE(icon.has_value()) << "Lookpane's icon did not ask to dock";
+    ASSERT_TRUE(isEmbedded(*icon, *tray));
+    const QSize inTray = hideToolTip();
+    ASSERT_FALSE(inTray.isEmpty()) << "the hide button showed no tooltip";
+
+    // With the tray gone the hide button no longer promises it.
+    tray.reset();
+    QSize withoutTray;
+    EXPECT_TRUE(TrayDesktop::eventually([&] {
+        withoutTray = hideToolTip();
+        return withoutTray.width() > inTray.width();
+    })) << "the hide button's tooltip stayed "
+        << withoutTray.width() << " wide with the tray gone";
+
+    tray = std::make_unique<TrayHost>(display());
+    ASSERT_TRUE(tray->isRunning());
+    icon = tray->waitForDockedIcon(20000);
+    ASSERT_TRUE(icon.has_value()) << "the icon did not come to the tray that started again";
+    ASSERT_TRUE(isEmbedded(*icon, *tray));
+    EXPECT_TRUE(TrayDesktop::eventually([&] { return hideToolTip() == inTray; }))
+        << "the hide button does not mention the tray again";
+    const QRect iconArea = windowInfo(display(), *icon).value_or(WindowInfo{}).geometry;
+    EXPECT_TRUE(rightClickForPopup(iconArea.center()).has_value())
+        << "no menu opened from the icon in the new tray";
+    EXPECT_TRUE(closeMenu());
 }
 
 TEST_F(XEmbedTray, WithTheIconDockedSigtermQuitsAndSavesTheFrame)

@@ -40,6 +40,7 @@ StatusNotifierWatcherService::~StatusNotifierWatcherService()
 
 bool StatusNotifierWatcherService::open(const QString &address)
 {
+    close();
     m_connectionName = newConnectionName();
     m_connection = QDBusConnection::connectToBus(address, m_connectionName);
     if (!m_connection->isConnected()) {
@@ -56,9 +57,35 @@ bool StatusNotifierWatcherService::open(const QString &address)
         !m_connection->registerService(watcherName)) {
         return false;
     }
-    // The host is this object itself: it is there as soon as the watcher is.
-    Q_EMIT StatusNotifierHostRegistered();
+    if (isHostRegistered()) {
+        Q_EMIT StatusNotifierHostRegistered();
+    }
     return true;
+}
+
+bool StatusNotifierWatcherService::isHostRegistered() const
+{
+    std::lock_guard lock(m_state.mutex);
+    return m_state.hostRegistered;
+}
+
+void StatusNotifierWatcherService::setHostRegistered(bool registered)
+{
+    {
+        std::lock_guard lock(m_state.mutex);
+        if (m_state.hostRegistered == registered) {
+            return;
+        }
+        m_state.hostRegistered = registered;
+    }
+    if (!m_connection) {
+        return;
+    }
+    if (registered) {
+        Q_EMIT StatusNotifierHostRegistered();
+    } else {
+        Q_EMIT StatusNotifierHostUnregistered();
+    }
 }
 
 void StatusNotifierWatcherService::close()
@@ -119,7 +146,11 @@ void StatusNotifierWatcherService::RegisterStatusNotifierItem(const QString &ser
 void StatusNotifierWatcherService::RegisterStatusNotifierHost(const QString &service)
 {
     Q_UNUSED(service);
-    // Another host is welcome; this one stays registered either way.
+    // Another host is welcome; the watcher keeps no list of hosts, only that there is one.
+    {
+        std::lock_guard lock(m_state.mutex);
+        m_state.hostRegistered = true;
+    }
     Q_EMIT StatusNotifierHostRegistered();
 }
 
@@ -144,8 +175,10 @@ void StatusNotifierWatcherService::serviceGone(const QString &service)
     m_state.changed.notify_all();
 }
 
-StatusNotifierWatcher::StatusNotifierWatcher(const std::string &busAddress) : m_address(busAddress)
+StatusNotifierWatcher::StatusNotifierWatcher(const std::string &busAddress, Host host)
+    : m_address(busAddress)
 {
+    m_state.hostRegistered = host == Host::registered;
     m_thread.setObjectName(QStringLiteral("StatusNotifierWatcher"));
     m_thread.start();
     m_service = new StatusNotifierWatcherService(m_state);
@@ -207,6 +240,35 @@ bool StatusNotifierWatcher::restart()
         Qt::BlockingQueuedConnection);
     m_running = reopened;
     return reopened;
+}
+
+void StatusNotifierWatcher::stop()
+{
+    QMetaObject::invokeMethod(
+        m_service, [this] { m_service->close(); }, Qt::BlockingQueuedConnection);
+    m_running = false;
+}
+
+bool StatusNotifierWatcher::start()
+{
+    bool opened = false;
+    QMetaObject::invokeMethod(
+        m_service, [&] { opened = m_service->open(QString::fromStdString(m_address)); },
+        Qt::BlockingQueuedConnection);
+    m_running = opened;
+    return opened;
+}
+
+void StatusNotifierWatcher::registerHost()
+{
+    QMetaObject::invokeMethod(
+        m_service, [this] { m_service->setHostRegistered(true); }, Qt::BlockingQueuedConnection);
+}
+
+void StatusNotifierWatcher::unregisterHost()
+{
+    QMetaObject::invokeMethod(
+        m_service, [this] { m_service->setHostRegistered(false); }, Qt::BlockingQueuedConnection);
 }
 
 } // namespace lookpane::testing

@@ -34,6 +34,8 @@ struct StatusNotifierWatcherState
     std::vector<StatusNotifierItemAddress> items;
     // Every registration accepted since the watcher started, restarts included.
     int registrations = 0;
+    // Whether a host (a panel that shows the items) is registered with the watcher.
+    bool hostRegistered = true;
 };
 
 // The object on the bus (org.kde.StatusNotifierWatcher at /StatusNotifierWatcher). It lives on
@@ -49,13 +51,17 @@ public:
     explicit StatusNotifierWatcherService(StatusNotifierWatcherState &state);
     ~StatusNotifierWatcherService() override;
 
-    // Connects to the bus at `address`, takes the watcher's name and says a host is there.
+    // Connects to the bus at `address` and takes the watcher's name; announces the host when
+    // one is registered.
     bool open(const QString &address);
+    // A host registers with the watcher, or leaves it, as a panel that starts after the
+    // watcher (or quits before it) does.
+    void setHostRegistered(bool registered);
     // Leaves the bus: the name and every registration go, as when the panel quits.
     void close();
 
     QStringList registeredItems() const;
-    bool isHostRegistered() const { return true; }
+    bool isHostRegistered() const;
     int protocolVersion() const { return 0; }
 
 public Q_SLOTS:
@@ -78,14 +84,22 @@ private:
 };
 
 // A StatusNotifierWatcher of the test's own on a private bus, which also acts as the host (the
-// panel that shows the items): it owns org.kde.StatusNotifierWatcher, says a host is
+// panel that shows the items): it owns org.kde.StatusNotifierWatcher, says whether a host is
 // registered and keeps the list of items, dropping those whose owner leaves the bus. It
 // answers on a thread of its own, so that a program that asks it something at startup gets
 // its answer while the test waits for something else.
 class StatusNotifierWatcher
 {
 public:
-    explicit StatusNotifierWatcher(const std::string &busAddress);
+    enum class Host
+    {
+        registered,
+        absent
+    };
+
+    // With `Host::absent` the watcher runs without a panel until registerHost(), as where the
+    // desktop starts the watcher before its panel.
+    explicit StatusNotifierWatcher(const std::string &busAddress, Host host = Host::registered);
     ~StatusNotifierWatcher();
 
     StatusNotifierWatcher(const StatusNotifierWatcher &) = delete;
@@ -105,8 +119,18 @@ public:
     bool waitForNoItems(int timeoutMs);
 
     // As a panel that restarts: the watcher leaves the bus, forgetting every item, and comes
-    // back on a new connection under the same name, announcing its host again.
+    // back on a new connection under the same name, announcing its host again (if one was
+    // registered).
     bool restart();
+    // As a panel that quits, and one that starts later: the watcher leaves the bus, forgetting
+    // every item; start() brings it back on a new connection under the same name.
+    void stop();
+    bool start();
+
+    // A panel registers its host with the running watcher (StatusNotifierHostRegistered), or
+    // leaves it (StatusNotifierHostUnregistered).
+    void registerHost();
+    void unregisterHost();
 
 private:
     std::string m_address;

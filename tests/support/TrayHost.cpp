@@ -1,5 +1,7 @@
 #include "TrayHost.h"
 
+#include <signal.h>
+
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -11,9 +13,12 @@ std::string trayHostExecutable()
     return LOOKPANE_TRAY_HOST_PATH;
 }
 
-TrayHost::TrayHost(const std::string &display, QRect geometry)
+TrayHost::TrayHost(const std::string &display, QRect geometry, Announcement announcement)
 {
     std::vector<std::string> argv{trayHostExecutable()};
+    if (announcement == Announcement::onRequest) {
+        argv.push_back("--announce-later");
+    }
     if (!geometry.isEmpty()) {
         char text[64];
         std::snprintf(text, sizeof text, "%dx%d+%d+%d", geometry.width(), geometry.height(),
@@ -27,6 +32,11 @@ TrayHost::TrayHost(const std::string &display, QRect geometry)
     if (const auto report = nextReport(10000); report && report->first == "tray") {
         m_window = report->second;
     }
+}
+
+void TrayHost::announce()
+{
+    m_process->signal(SIGUSR1);
 }
 
 std::optional<std::pair<std::string, std::uint32_t>> TrayHost::nextReport(int timeoutMs)

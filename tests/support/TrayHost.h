@@ -16,13 +16,23 @@ namespace lookpane::testing {
 class TrayHost
 {
 public:
+    enum class Announcement
+    {
+        atOnce,   // as it takes the selection, as trays do
+        onRequest // only when announce() asks, as a tray that is slow to start
+    };
+
     // A tray window of `geometry`; an empty one puts 160 × 30 at the top-right corner.
-    TrayHost(const std::string &display, QRect geometry = {});
+    explicit TrayHost(const std::string &display, QRect geometry = {},
+                      Announcement announcement = Announcement::atOnce);
 
     // Whether it owns the tray selection and has announced itself.
     bool isRunning() const { return m_window != 0; }
     // The window the icons are embedded in.
     std::uint32_t window() const { return m_window; }
+
+    // Sends the MANAGER message that tells the screen's clients the tray is there.
+    void announce();
 
     // The next icon window it embedded; none on timeout.
     std::optional<std::uint32_t> waitForDockedIcon(int timeoutMs);

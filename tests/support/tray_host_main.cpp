@@ -1,10 +1,11 @@
 // A small XEmbed system tray of its own process, as a desktop's panel provides one, for tests.
 //
-//   lookpane_tray_host [--geometry WxH+X+Y]
+//   lookpane_tray_host [--geometry WxH+X+Y] [--announce-later]
 //
 // It owns the _NET_SYSTEM_TRAY_S0 selection with a window of its own (override-redirect, at
 // the top-right corner unless --geometry says otherwise), announces itself to the screen's
-// clients with the MANAGER message, and takes every icon that asks to dock
+// clients with the MANAGER message (with --announce-later only on SIGUSR1, as a slow tray
+// would), and takes every icon that asks to dock
 // (SYSTEM_TRAY_REQUEST_DOCK): the icon's window is reparented into the tray's window, mapped
 // and told it is embedded (XEMBED_EMBEDDED_NOTIFY). Icons sit side by side, 24 points apart.
 //
@@ -29,6 +30,7 @@
 namespace {
 
 volatile sig_atomic_t stopRequested = 0;
+volatile sig_atomic_t announceRequested = 0;
 
 constexpr std::uint32_t systemTrayRequestDock = 0;
 constexpr std::uint32_t xembedEmbeddedNotify = 0;
@@ -76,7 +78,7 @@ public:
         m_xembed = atom(c, "_XEMBED");
     }
 
-    bool start(int x, int y, int width, int height)
+    bool start(int x, int y, int width, int height, bool announceNow)
     {
         m_window = xcb_generate_id(m_c);
         const std::uint32_t values[] = {trayBackground, 1,
@@ -103,13 +105,20 @@ public:
         if (!owner || owner->owner != m_window) {
             return false;
         }
-        // Clients that started before the tray learn of it from this message on the root.
+        if (announceNow) {
+            announce();
+        }
+        say("tray", m_window);
+        return true;
+    }
+
+    // Clients that started before the tray learn of it from this message on the root.
+    void announce()
+    {
         const std::uint32_t announcement[5] = {XCB_CURRENT_TIME, m_selection, m_window, 0, 0};
         sendClientMessage(m_c, m_screen->root, m_screen->root, m_manager, announcement,
                           XCB_EVENT_MASK_STRUCTURE_NOTIFY);
         xcb_flush(m_c);
-        say("tray", m_window);
-        return true;
     }
 
     // False when the tray has to end.
@@ -186,6 +195,7 @@ private:
 int main(int argc, char **argv)
 {
     int width = 160, height = 30, x = -1, y = 0;
+    bool announceNow = true;
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         if (arg == "--geometry" && i + 1 < argc) {
@@ -193,14 +203,20 @@ int main(int argc, char **argv)
                 std::fprintf(stderr, "bad geometry\n");
                 return 2;
             }
+        } else if (arg == "--announce-later") {
+            announceNow = false;
         } else {
-            std::fprintf(stderr, "usage: lookpane_tray_host [--geometry WxH+X+Y]\n");
+            std::fprintf(stderr,
+                         "usage: lookpane_tray_host [--geometry WxH+X+Y] [--announce-later]\n");
             return 2;
         }
     }
     struct sigaction action = {};
     action.sa_handler = [](int) { stopRequested = 1; };
     sigaction(SIGTERM, &action, nullptr);
+    struct sigaction announceAction = {};
+    announceAction.sa_handler = [](int) { announceRequested = 1; };
+    sigaction(SIGUSR1, &announceAction, nullptr);
 
     xcb_connection_t *c = xcb_connect(nullptr, nullptr);
     if (xcb_connection_has_error(c)) {
@@ -212,13 +228,17 @@ int main(int argc, char **argv)
         x = screen->width_in_pixels - width;
     }
     Tray tray(c, screen);
-    if (!tray.start(x, y, width, height)) {
+    if (!tray.start(x, y, width, height, announceNow)) {
         std::fprintf(stderr, "another tray owns the selection\n");
         return 1;
     }
     while (!stopRequested) {
         pollfd fd{xcb_get_file_descriptor(c), POLLIN, 0};
         poll(&fd, 1, 100);
+        if (announceRequested) {
+            announceRequested = 0;
+            tray.announce();
+        }
         while (xcb_generic_event_t *event = xcb_poll_for_event(c)) {
             const bool goOn = tray.handle(event);
             std::free(event);
