@@ -61,6 +61,10 @@ PatternWindow::PatternWindow(const std::string &display, Options options)
     if (m_options.undecorated) {
         argv.emplace_back("--undecorated");
     }
+    if (m_options.churnChildrenRate > 0) {
+        argv.emplace_back("--churn-children");
+        argv.emplace_back(std::to_string(m_options.churnChildrenRate));
+    }
     if (!m_options.windowType.empty()) {
         argv.insert(argv.end(), {"--window-type", m_options.windowType});
     }

@@ -39,6 +39,9 @@ public:
         std::string windowType;
         // Windows nested one in the other inside the window, each filling it.
         int nest = 0;
+        // Child windows (and a few top-level popups over it) created, moved and destroyed this
+        // many times a second, for as long as the window lives.
+        double churnChildrenRate = 0;
     };
 
     // The usual options: a titled window of `pattern` at `geometry`.

@@ -3,7 +3,7 @@
 //   lookpane_pattern_window --geometry WxH+X+Y [--pattern bars|checker|solid|text]
 //       [--color RRGGBB] [--title TEXT] [--class NAME] [--override-redirect] [--animate]
 //       [--shape left-half] [--input-shape empty] [--argb AA] [--undecorated]
-//       [--window-type NORMAL|DOCK|DESKTOP|...] [--nest N]
+//       [--window-type NORMAL|DOCK|DESKTOP|...] [--nest N] [--churn-children RATE]
 //   lookpane_pattern_window --churn SECONDS --geometry WxH+X+Y
 //
 // --shape left-half limits the window's bounding shape to its left half; --input-shape empty
@@ -11,6 +11,10 @@
 // AA (hex, premultiplied); --undecorated asks the window manager for no decorations;
 // --nest N fills the window with N windows nested one in the other (as embedders and window
 // managers' frames do), for tests that put a window of theirs at the bottom.
+// --churn-children RATE keeps changing the windows inside and over the window, RATE times a
+// second: it creates a child window (up to 12 at a time), moves and resizes another, and destroys
+// the oldest; every third change it does the same with a small top-level override-redirect window
+// over the window (up to 4), as tooltips and popups of an application come and go.
 // --churn creates, maps, paints, resizes, moves, unmaps and destroys windows inside the
 // rectangle as fast as the server takes them, for SECONDS, then prints "done" and exits.
 //
@@ -59,6 +63,7 @@ struct Options
     int nest = 0;
     std::string windowType;
     double churnSeconds = 0;
+    double churnChildrenRate = 0;
 };
 
 bool parse(int argc, char **argv, Options &o)
@@ -100,6 +105,8 @@ bool parse(int argc, char **argv, Options &o)
             o.nest = std::atoi(argv[++i]);
         } else if (arg == "--window-type" && hasValue) {
             o.windowType = argv[++i];
+        } else if (arg == "--churn-children" && hasValue) {
+            o.churnChildrenRate = std::strtod(argv[++i], nullptr);
         } else if (arg == "--churn" && hasValue) {
             o.churnSeconds = std::strtod(argv[++i], nullptr);
         } else {
@@ -296,6 +303,75 @@ int churn(xcb_connection_t *c, const xcb_screen_t *screen, const Options &o)
     return 0;
 }
 
+// The windows that --churn-children creates, moves and destroys inside and over the pattern
+// window.
+class WindowChurn
+{
+public:
+    WindowChurn(xcb_connection_t *c, const xcb_screen_t *screen, xcb_window_t window,
+                const Options &o)
+        : m_c(c), m_screen(screen), m_window(window), m_o(o)
+    {}
+
+    // One change: a new child, another moved and resized, the oldest gone; every third change
+    // the same for a top-level window over the pattern window.
+    void step()
+    {
+        ++m_steps;
+        change(m_children, m_window, 0, 0, 12, false);
+        if (m_steps % 3 == 0) {
+            change(m_popups, m_screen->root, m_o.x, m_o.y, 4, true);
+        }
+    }
+
+private:
+    int next(int range)
+    {
+        m_seed = m_seed * 1103515245u + 12345u;
+        return range > 0 ? static_cast<int>((m_seed >> 8) % static_cast<unsigned>(range)) : 0;
+    }
+
+    void change(std::vector<xcb_window_t> &live, xcb_window_t parent, int originX, int originY,
+                std::size_t most, bool overrideRedirect)
+    {
+        const xcb_window_t created = xcb_generate_id(m_c);
+        const int w = 24 + next(std::max(1, m_o.width / 4));
+        const int h = 24 + next(std::max(1, m_o.height / 4));
+        const uint32_t values[] = {static_cast<uint32_t>(0x202020 + next(0xC0C0C0)),
+                                   overrideRedirect ? 1u : 0u};
+        xcb_create_window(m_c, XCB_COPY_FROM_PARENT, created, parent,
+                          static_cast<int16_t>(originX + next(std::max(1, m_o.width - w))),
+                          static_cast<int16_t>(originY + next(std::max(1, m_o.height - h))),
+                          static_cast<uint16_t>(w), static_cast<uint16_t>(h), 0,
+                          XCB_WINDOW_CLASS_INPUT_OUTPUT, m_screen->root_visual,
+                          XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, values);
+        xcb_map_window(m_c, created);
+        live.push_back(created);
+        const xcb_window_t moved = live[static_cast<std::size_t>(next(int(live.size())))];
+        const uint32_t geometry[] = {static_cast<uint32_t>(originX + next(m_o.width * 3 / 4)),
+                                     static_cast<uint32_t>(originY + next(m_o.height * 3 / 4)),
+                                     static_cast<uint32_t>(16 + next(m_o.width / 4)),
+                                     static_cast<uint32_t>(16 + next(m_o.height / 4))};
+        xcb_configure_window(m_c, moved,
+                             XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH |
+                                 XCB_CONFIG_WINDOW_HEIGHT,
+                             geometry);
+        if (live.size() > most) {
+            xcb_destroy_window(m_c, live.front());
+            live.erase(live.begin());
+        }
+    }
+
+    xcb_connection_t *m_c;
+    const xcb_screen_t *m_screen;
+    xcb_window_t m_window;
+    const Options &m_o;
+    std::vector<xcb_window_t> m_children;
+    std::vector<xcb_window_t> m_popups;
+    unsigned m_seed = 4242;
+    long m_steps = 0;
+};
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -393,10 +469,12 @@ int main(int argc, char **argv)
     unsigned frame = 0;
     timespec last{};
     clock_gettime(CLOCK_MONOTONIC, &last);
+    WindowChurn windowChurn(c, screen, window, o);
+    timespec lastChurn = last;
     const int fd = xcb_get_file_descriptor(c);
     while (!stopRequested) {
         pollfd pfd{fd, POLLIN, 0};
-        poll(&pfd, 1, o.animate ? 2 : 100);
+        poll(&pfd, 1, o.animate || o.churnChildrenRate > 0 ? 2 : 100);
         while (xcb_generic_event_t *event = xcb_poll_for_event(c)) {
             const uint8_t type = event->response_type & 0x7F;
             if (type == XCB_EXPOSE) {
@@ -428,6 +506,17 @@ int main(int argc, char **argv)
                 last = now;
                 ++frame;
                 paint(c, window, gc, o, frame, pixels);
+            }
+        }
+        if (o.churnChildrenRate > 0 && announced) {
+            timespec now{};
+            clock_gettime(CLOCK_MONOTONIC, &now);
+            const double elapsed = double(now.tv_sec - lastChurn.tv_sec) +
+                                   double(now.tv_nsec - lastChurn.tv_nsec) / 1e9;
+            if (elapsed >= 1.0 / o.churnChildrenRate) {
+                lastChurn = now;
+                windowChurn.step();
+                xcb_flush(c);
             }
         }
     }

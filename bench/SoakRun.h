@@ -1,0 +1,59 @@
+#pragma once
+
+#include "XClientResources.h"
+
+#include <cstdio>
+#include <optional>
+#include <string>
+
+namespace lookpane::bench {
+
+// The soak: the real lookpane executable on a private X server with openbox, its box over a
+// 1080p region of another program that animates at 60 frames a second while windows inside and
+// over it keep coming, moving and going. The soak drives Lookpane as a user would, one action
+// every few seconds: drags the toolbar to move the box and the box's corner to resize it,
+// presses the global shortcuts for the blur, drawing and clearing the marks, draws marks in the
+// box, and clicks the toolbar's detach button (found in a picture of the toolbar) to detach and
+// attach the share window again. Every cycle of actions ends in the state it began in.
+struct SoakOptions
+{
+    double minutes = 10;
+    // Whole cycles of actions before the start figures are taken, so that what Lookpane creates
+    // once (the detached window's buffers, the drawing canvas, the blur's buffers, caches) exists.
+    int warmUpCycles = 2;
+    double secondsPerAction = 2;
+    // Progress lines go here; none when null.
+    std::FILE *progress = stderr;
+};
+
+struct SoakFigures
+{
+    bool started = false;     // Lookpane's windows showed and the start figures were taken
+    bool alive = false;       // still running at the end, and its share window still updating
+    double seconds = 0;       // from the start figures to the end figures
+    long framesDelivered = 0; // updates of the share window seen (XDamage) in that time
+    long framesLastTenSeconds = 0;
+    long rssStartKiB = 0;
+    long rssEndKiB = 0;
+    long rssPeakKiB = 0;
+    std::optional<testing::XClientResources> xresStart;
+    std::optional<testing::XClientResources> xresEnd;
+    int actions = 0;
+    int actionsFailed = 0;
+    // Each kind of action done and seen to take effect at least once.
+    bool moved = false, resized = false, detached = false, drawn = false;
+    bool boxRestored = false; // the box came back to its start geometry and mode at the end
+    std::string failure;      // why the soak could not start or end, when it could not
+
+    double rssGrowthPercent() const;
+    // End minus start, over all resource types; 0 when either count is missing.
+    long xresGrowth() const;
+};
+
+SoakFigures runSoak(const SoakOptions &options);
+
+// The figures as the benchmark prints them: a table of start (the reference) and end, then
+// KEY=value lines.
+void printSoakFigures(const SoakFigures &figures, std::FILE *out);
+
+} // namespace lookpane::bench
