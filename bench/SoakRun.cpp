@@ -423,7 +423,8 @@ SoakFigures runSoak(const SoakOptions &options)
                                        : "the box did not come back after the warm-up";
         return figures;
     }
-    figures.rssStartKiB = residentKiB(lookpane.pid()).value_or(0);
+    figures.memoryStart = residentMemory(lookpane.pid()).value_or(ResidentMemory{});
+    figures.rssStartKiB = figures.memoryStart.total;
     figures.rssPeakKiB = figures.rssStartKiB;
     figures.xresStart = xClientResourcesOf(display, lookpane.pid());
     const long framesAtStart = updates.count();
@@ -439,9 +440,11 @@ SoakFigures runSoak(const SoakOptions &options)
         runCycle();
         if (secondsSince(lastReport) >= 60 && !lookpaneDied) {
             lastReport = Clock::now();
+            const ResidentMemory memory = residentMemory(lookpane.pid()).value_or(ResidentMemory{});
             say(std::to_string(int(secondsSince(start))) + " s: resident " +
-                std::to_string(residentKiB(lookpane.pid()).value_or(0)) + " KiB, " +
-                std::to_string(updates.count() - framesAtStart) + " frames");
+                std::to_string(memory.total) + " KiB (anonymous " +
+                std::to_string(memory.anonymous) + ", shared " + std::to_string(memory.shared) +
+                "), " + std::to_string(updates.count() - framesAtStart) + " frames");
         }
     }
     if (!lookpaneDied) {
@@ -450,7 +453,8 @@ SoakFigures runSoak(const SoakOptions &options)
     figures.seconds = secondsSince(start);
     figures.framesDelivered = updates.count() - framesAtStart;
     if (!lookpaneDied) {
-        figures.rssEndKiB = residentKiB(lookpane.pid()).value_or(0);
+        figures.memoryEnd = residentMemory(lookpane.pid()).value_or(ResidentMemory{});
+        figures.rssEndKiB = figures.memoryEnd.total;
         figures.rssPeakKiB = std::max(figures.rssPeakKiB, figures.rssEndKiB);
         figures.xresEnd = xClientResourcesOf(display, lookpane.pid());
         // Still showing pictures: the share window updates over ten more seconds.
@@ -474,6 +478,12 @@ void printSoakFigures(const SoakFigures &f, std::FILE *out)
                  "figure                        | start (reference) |        end |       peak\n");
     std::fprintf(out, "resident memory KiB           | %17ld | %10ld | %10ld\n", f.rssStartKiB,
                  f.rssEndKiB, f.rssPeakKiB);
+    std::fprintf(out, "  anonymous (heaps)           | %17ld | %10ld |\n", f.memoryStart.anonymous,
+                 f.memoryEnd.anonymous);
+    std::fprintf(out, "  file-backed                 | %17ld | %10ld |\n", f.memoryStart.fileBacked,
+                 f.memoryEnd.fileBacked);
+    std::fprintf(out, "  shared memory               | %17ld | %10ld |\n", f.memoryStart.shared,
+                 f.memoryEnd.shared);
     std::fprintf(out, "X resources of Lookpane       | %17s | %10s |\n", xres(f.xresStart).c_str(),
                  xres(f.xresEnd).c_str());
     if (f.xresStart) {

@@ -36,6 +36,8 @@ struct SoakFigures
     long rssStartKiB = 0;
     long rssEndKiB = 0;
     long rssPeakKiB = 0;
+    testing::ResidentMemory memoryStart;
+    testing::ResidentMemory memoryEnd;
     std::optional<testing::XClientResources> xresStart;
     std::optional<testing::XClientResources> xresEnd;
     int actions = 0;

@@ -141,14 +141,32 @@ std::string describeResourceChanges(const XClientResources &before, const XClien
 
 std::optional<long> residentKiB(pid_t pid)
 {
+    const std::optional<ResidentMemory> memory = residentMemory(pid);
+    return memory ? std::optional<long>(memory->total) : std::nullopt;
+}
+
+std::optional<ResidentMemory> residentMemory(pid_t pid)
+{
     std::ifstream status("/proc/" + std::to_string(pid) + "/status");
     std::string line;
-    while (std::getline(status, line)) {
-        if (line.rfind("VmRSS:", 0) == 0) {
-            return std::strtol(line.c_str() + 6, nullptr, 10);
+    ResidentMemory memory;
+    bool found = false;
+    const auto field = [&line](const char *name, long &value) {
+        const std::size_t length = std::strlen(name);
+        if (line.compare(0, length, name) == 0) {
+            value = std::strtol(line.c_str() + length, nullptr, 10);
+            return true;
         }
+        return false;
+    };
+    while (std::getline(status, line)) {
+        found = field("VmRSS:", memory.total) || found;
+        field("RssAnon:", memory.anonymous);
+        field("RssFile:", memory.fileBacked);
+        field("RssShmem:", memory.shared);
     }
-    return std::nullopt;
+    // A process that has ended but not been waited for has no VmRSS.
+    return found ? std::optional<ResidentMemory>(memory) : std::nullopt;
 }
 
 } // namespace lookpane::testing

@@ -30,4 +30,15 @@ std::string describeResourceChanges(const XClientResources &before, const XClien
 // Resident memory of a process in KiB (VmRSS of /proc/<pid>/status); none when the process is gone.
 std::optional<long> residentKiB(pid_t pid);
 
+// Resident memory in KiB and its parts: anonymous (the heaps), file-backed (code, fonts) and
+// shared memory (MIT-SHM images, buffers shared with the X server).
+struct ResidentMemory
+{
+    long total = 0;
+    long anonymous = 0;
+    long fileBacked = 0;
+    long shared = 0;
+};
+std::optional<ResidentMemory> residentMemory(pid_t pid);
+
 } // namespace lookpane::testing

@@ -1,0 +1,112 @@
+// A minute of the soak benchmark as a test: Lookpane, driven as a user would over an animated
+// source whose windows keep changing, stays alive, hands back every X resource it took, and its
+// resident memory stays within a bound.
+#include "SoakRun.h"
+#include "XClientResources.h"
+#include "XvfbServer.h"
+
+#include <gtest/gtest.h>
+
+#include <xcb/xcb.h>
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <memory>
+
+using namespace lookpane::bench;
+using namespace lookpane::testing;
+
+namespace {
+
+long pixmapsOf(const XClientResources &resources)
+{
+    const auto found = resources.counts.find("PIXMAP");
+    return found == resources.counts.end() ? 0 : found->second;
+}
+
+} // namespace
+
+TEST(SoakXResources, CountsThePixmapsAProcessCreatesAndFrees)
+{
+    XvfbServer server;
+    ASSERT_TRUE(server.isRunning());
+    const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> c(
+        xcb_connect(server.displayName().c_str(), nullptr), &xcb_disconnect);
+    ASSERT_EQ(xcb_connection_has_error(c.get()), 0);
+    const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(c.get())).data;
+    const auto roundTrip = [&] {
+        std::free(xcb_get_input_focus_reply(c.get(), xcb_get_input_focus(c.get()), nullptr));
+    };
+    roundTrip();
+
+    const std::optional<XClientResources> before =
+        xClientResourcesOf(server.displayName(), getpid());
+    ASSERT_TRUE(before.has_value()) << "no connection of this process found";
+    std::vector<xcb_pixmap_t> pixmaps;
+    for (int i = 0; i < 3; ++i) {
+        pixmaps.push_back(xcb_generate_id(c.get()));
+        xcb_create_pixmap(c.get(), screen->root_depth, pixmaps.back(), screen->root, 16, 16);
+    }
+    roundTrip();
+    const std::optional<XClientResources> holding =
+        xClientResourcesOf(server.displayName(), getpid());
+    ASSERT_TRUE(holding.has_value());
+    EXPECT_EQ(pixmapsOf(*holding), pixmapsOf(*before) + 3);
+    EXPECT_EQ(describeResourceChanges(*before, *holding),
+              "PIXMAP " + std::to_string(pixmapsOf(*before)) + " -> " +
+                  std::to_string(pixmapsOf(*before) + 3));
+
+    for (const xcb_pixmap_t pixmap : pixmaps) {
+        xcb_free_pixmap(c.get(), pixmap);
+    }
+    roundTrip();
+    const std::optional<XClientResources> after =
+        xClientResourcesOf(server.displayName(), getpid());
+    ASSERT_TRUE(after.has_value());
+    EXPECT_EQ(describeResourceChanges(*before, *after), "");
+}
+
+TEST(SoakXResources, AProcessWithoutAConnectionHasNone)
+{
+    XvfbServer server;
+    ASSERT_TRUE(server.isRunning());
+    // The server's own process holds no client connection to itself.
+    EXPECT_FALSE(xClientResourcesOf(server.displayName(), server.pid()).has_value());
+}
+
+TEST(Soak, AMinuteOfUseLeavesLookpaneAliveWithItsXResourcesBackAndMemoryFlat)
+{
+    SoakOptions options;
+    options.minutes = 1;
+    const SoakFigures figures = runSoak(options);
+    printSoakFigures(figures, stdout);
+    ASSERT_TRUE(figures.started) << figures.failure;
+
+    EXPECT_TRUE(figures.alive) << "Lookpane ended or its share window stopped updating: "
+                               << figures.failure;
+    // The soak did what it says: every kind of action took effect at least once, and the
+    // box came back to where the start figures were taken.
+    EXPECT_TRUE(figures.moved);
+    EXPECT_TRUE(figures.resized);
+    EXPECT_TRUE(figures.drawn);
+    EXPECT_TRUE(figures.detached) << figures.failure;
+    EXPECT_TRUE(figures.boxRestored);
+    EXPECT_GT(figures.framesDelivered, 0);
+
+    // Back in the state of the start, Lookpane holds exactly what it held then: every window,
+    // pixmap, picture, damage object, shared-memory segment and grab it took for a detached
+    // window, a blur or a drawing is handed back.
+    ASSERT_TRUE(figures.xresStart && figures.xresEnd);
+    EXPECT_EQ(describeResourceChanges(*figures.xresStart, *figures.xresEnd), "");
+
+    // Resident memory after a minute, against the start after the warm-up. Under this load it
+    // swings: runs of the soak saw it move by -1 to +8 % within a minute and come back (frames of
+    // 8 MB at two box sizes, handed between the capture thread and the GUI thread, leave the
+    // allocator's heaps at varying sizes). 10 % (about 25 MB) lies above those swings and below
+    // what a lost frame buffer every action (30 of them in the minute, 8 MB each) would add.
+    // Whether memory stays within 2 % over ten minutes is the benchmark's figure, not a test's.
+    EXPECT_LE(figures.rssGrowthPercent(), 10.0)
+        << "resident " << figures.rssStartKiB << " KiB at the start, " << figures.rssEndKiB
+        << " KiB at the end, " << figures.rssPeakKiB << " KiB at the peak";
+}
