@@ -406,10 +406,13 @@ SoakFigures runSoak(const SoakOptions &options)
     };
     // Before each measurement: back in overlay mode at the start geometry, then a moment
     // for the last action's work to finish.
+    // The pointer is parked away from Lookpane's windows, so that no tooltip (a window and a
+    // shared-memory image of its own) counts in one measurement and not in the other.
     const auto settle = [&] {
         if (driver.isDetached()) {
             driver.setDetached(false);
         }
+        moveMouseTo(display, QPoint(screenSize.width() - 10, screenSize.height() - 10));
         waitUntil(Clock::now() + std::chrono::seconds(3));
         return driver.role("frame").geometry == box && !driver.isDetached();
     };

@@ -67,14 +67,6 @@ TEST(SoakXResources, CountsThePixmapsAProcessCreatesAndFrees)
     EXPECT_EQ(describeResourceChanges(*before, *after), "");
 }
 
-TEST(SoakXResources, AProcessWithoutAConnectionHasNone)
-{
-    XvfbServer server;
-    ASSERT_TRUE(server.isRunning());
-    // The server's own process holds no client connection to itself.
-    EXPECT_FALSE(xClientResourcesOf(server.displayName(), server.pid()).has_value());
-}
-
 TEST(Soak, AMinuteOfUseLeavesLookpaneAliveWithItsXResourcesBackAndMemoryFlat)
 {
     SoakOptions options;
