@@ -51,4 +51,23 @@ std::optional<QString> displayProblem()
     return std::nullopt;
 }
 
+PlatformChoice choosePlatform(const QByteArray &requested)
+{
+    const QByteArray trimmed = requested.trimmed();
+    if (trimmed.isEmpty()) {
+        return {QByteArrayLiteral("xcb"), std::nullopt};
+    }
+    for (const QByteArray &entry : trimmed.split(';')) {
+        const qsizetype colon = entry.indexOf(':');
+        const QByteArray name = (colon < 0 ? entry : entry.left(colon)).trimmed();
+        if (name.compare("xcb", Qt::CaseInsensitive) == 0) {
+            return {entry.trimmed(), std::nullopt};
+        }
+    }
+    return {QByteArray(),
+            QStringLiteral("Lookpane needs X11 (Qt's xcb platform), but QT_QPA_PLATFORM asks for "
+                           "\"%1\"; unset it or set it to xcb")
+                .arg(QString::fromLocal8Bit(trimmed))};
+}
+
 } // namespace lookpane

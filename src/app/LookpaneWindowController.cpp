@@ -10,6 +10,7 @@
 #include "frame/PreviewView.h"
 #include "frame/ScopeBorderView.h"
 #include "model/Preferences.h"
+#include "platform/x11/CompositingManagerWatcher.h"
 #include "platform/x11/X11DesktopHints.h"
 #include "platform/x11/X11FrameWatcher.h"
 #include "platform/x11/X11PointerReleaseMonitor.h"
@@ -40,6 +41,8 @@ LookpaneWindowController::LookpaneWindowController(Preferences &preferences,
       m_framePreferences(preferences, m_screens),
       m_toolShortcuts(std::make_unique<ToolShortcutPreferences>(preferences))
 {
+    // Whether the detached outline can be see-through, followed for as long as Lookpane runs.
+    m_compositingManager = std::make_unique<x11::CompositingManagerWatcher>();
     m_toolbar = std::make_unique<FrameToolbarWindowController>();
     X11WindowTraits::setWindowRole(m_toolbar->window(), "toolbar");
 
@@ -97,6 +100,16 @@ LookpaneWindowController::LookpaneWindowController(Preferences &preferences,
         updateMouseInteraction();
         applyOutlineShape();
     });
+    // Detached, the outline's transparent middle shows black once a compositing manager that
+    // was running leaves, until the box is cut to its outline; one that arrives shows the
+    // middle as it is again.
+    connect(m_compositingManager.get(), &x11::CompositingManagerWatcher::runningChanged, this,
+            [this] {
+                applyFramePicture();
+                updateMouseInteraction();
+                applyOutlineShape();
+                frameWindow()->update();
+            });
     applyRatioToWindow();
     applyMode();
 }
@@ -308,7 +321,7 @@ InputModes LookpaneWindowController::inputModes() const
     modes.moveMode = m_moveMode;
     modes.liveResizing = m_liveResizing;
     modes.ignoringMouseAfterMoveMode = m_frameIgnoresMouse;
-    modes.compositing = x11::isCompositingManagerRunning();
+    modes.compositing = m_compositingManager->isRunning();
     return modes;
 }
 

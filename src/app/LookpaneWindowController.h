@@ -32,9 +32,10 @@ class ToolShortcutPreferences;
 class WindowPair;
 
 namespace x11 {
+class CompositingManagerWatcher;
 class X11FrameWatcher;
 class X11PointerReleaseMonitor;
-}
+} // namespace x11
 
 // Owns Lookpane's two windows and everything that happens to them: the frame window (the
 // box the user places over the region; never in the picture) and the share window (what the
@@ -185,6 +186,7 @@ private:
     // Releases of the left button in other applications; none without XInput 2.2.
     std::unique_ptr<x11::X11PointerReleaseMonitor> m_pointerReleaseMonitor;
     std::unique_ptr<x11::X11FrameWatcher> m_frameWatcher;
+    std::unique_ptr<x11::CompositingManagerWatcher> m_compositingManager;
 };
 
 } // namespace lookpane

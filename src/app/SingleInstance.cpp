@@ -2,9 +2,13 @@
 
 #include "app/AppLog.h"
 
+#include <QDeadlineTimer>
+#include <QDir>
 #include <QLocalServer>
 #include <QLocalSocket>
+#include <QLockFile>
 #include <QRegularExpression>
+#include <QThread>
 
 #include <unistd.h>
 
@@ -12,7 +16,21 @@ namespace lookpane {
 
 namespace {
 const QByteArray reopenRequest = QByteArrayLiteral("reopen\n");
+// Waits for the lock in short steps: a launch holds it only for a probe and a listen, and
+// QLockFile's own wait doubles its pauses up to seconds. Gives up after far longer than any
+// launch holds it.
+bool takeTurn(QLockFile &lock)
+{
+    const QDeadlineTimer deadline(std::chrono::seconds(10));
+    while (!lock.tryLock(0)) {
+        if (deadline.hasExpired() || lock.error() != QLockFile::LockFailedError) {
+            return false;
+        }
+        QThread::msleep(5);
+    }
+    return true;
 }
+} // namespace
 
 SingleInstance::SingleInstance(QObject *parent) : QObject(parent) {}
 
@@ -28,6 +46,15 @@ QString SingleInstance::socketName()
 bool SingleInstance::claim()
 {
     const QString name = socketName();
+    // Launches that race each other take turns here. Otherwise two of them can both find
+    // nobody listening, and the later one removes the earlier one's socket before it listens
+    // itself: two Lookpanes, two boxes. The lock lies beside the socket; one left by a process
+    // that died holding it is stale at once.
+    QLockFile turn(QDir(QDir::tempPath()).filePath(name + QStringLiteral(".lock")));
+    if (!takeTurn(turn)) {
+        qCWarning(lcApp, "Lookpane: cannot take the launch lock %s (error %d); going on without it",
+                  qPrintable(turn.fileName()), static_cast<int>(turn.error()));
+    }
     {
         QLocalSocket probe;
         probe.connectToServer(name);

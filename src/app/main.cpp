@@ -29,6 +29,11 @@ std::optional<int> answerCommandLine(int argc, char *argv[])
         std::fputs(qPrintable(*request.output), request.toStandardError ? stderr : stdout);
         return request.exitCode;
     }
+    if (const std::optional<QString> problem =
+            lookpane::choosePlatform(qgetenv("QT_QPA_PLATFORM")).problem) {
+        std::fprintf(stderr, "lookpane: %s\n", qPrintable(*problem));
+        return 1;
+    }
     if (const std::optional<QString> problem = lookpane::displayProblem()) {
         std::fprintf(stderr, "lookpane: %s\n", qPrintable(*problem));
         return 1;
@@ -43,11 +48,8 @@ int main(int argc, char *argv[])
     if (const std::optional<int> exitCode = answerCommandLine(argc, argv)) {
         return *exitCode;
     }
-    // Lookpane's windows need X11 (an input shape, a place of their own on the screen); in a
-    // Wayland session they run on XWayland.
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        qputenv("QT_QPA_PLATFORM", "xcb");
-    }
+    // Lookpane's windows need X11; in a Wayland session they run on XWayland.
+    qputenv("QT_QPA_PLATFORM", lookpane::choosePlatform(qgetenv("QT_QPA_PLATFORM")).platform);
 
     QApplication app(argc, argv);
     describeApplication();

@@ -1,5 +1,6 @@
 #include "capture/ScreenCaptureEngine.h"
 
+#include "capture/CaptureLog.h"
 #include "capture/CaptureMessages.h"
 #include "capture/EngineGuard.h"
 #include "capture/FatalError.h"
@@ -41,6 +42,11 @@ ScreenCaptureEngine::~ScreenCaptureEngine()
 void ScreenCaptureEngine::setState(const ScreenCaptureState &state)
 {
     m_state = state;
+    // The user sees the failure in the windows; whoever started Lookpane from a terminal, or
+    // reads its journal, sees it there too.
+    if (state.isFailed()) {
+        qCWarning(lcCapture).noquote() << state.message();
+    }
     // Reported from the event loop, after the caller has returned; queued calls on one object
     // run in the order they were posted.
     QMetaObject::invokeMethod(

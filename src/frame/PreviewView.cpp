@@ -5,8 +5,8 @@
 #include "render/GlCaptureView.h"
 #include "render/RasterCaptureWindow.h"
 
-#include <QFontMetricsF>
 #include <QPainter>
+#include <QTextOption>
 
 namespace lookpane {
 
@@ -221,14 +221,14 @@ void PreviewView::paintEvent(QPaintEvent *)
     if (!m_message) {
         return;
     }
-    const QFont font = messageFont();
-    const QFontMetricsF metrics(font);
-    const QSizeF textSize(metrics.horizontalAdvance(*m_message), metrics.height());
-    const QRectF textRect(
-        QRectF(rect()).center() - QPointF(textSize.width(), textSize.height()) / 2.0, textSize);
-    painter.setFont(font);
+    painter.setFont(messageFont());
     painter.setPen(Qt::white);
-    painter.drawText(textRect, Qt::AlignCenter | Qt::TextSingleLine | Qt::TextDontClip, *m_message);
+    // Centred on one line where it fits; a message wider than the view (a failure's reason in
+    // a small box) wraps within it, between words where it can, instead of losing its ends.
+    QTextOption layout(Qt::AlignCenter);
+    layout.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    painter.drawText(QRectF(rect()).adjusted(messageMargin, 0, -messageMargin, 0), *m_message,
+                     layout);
 }
 
 } // namespace lookpane

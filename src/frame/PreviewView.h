@@ -20,7 +20,7 @@ class ScopeBorderView;
 
 // Content of the frame window and of the share window: the captured picture at the back, the
 // region's outline (authoring instance only) above it and the annotation canvas on top, all
-// filling the view; a one-line message replaces the picture while there is none to show. The
+// filling the view; a message replaces the picture while there is none to show. The
 // share view draws its picture with OpenGL (it may be blurred for viewers); the authoring view,
 // never blurred, paints it with the raster painter and has no capture view.
 class PreviewView : public QWidget
@@ -58,6 +58,8 @@ public:
 
     static QString unavailableMessage();
     static QFont messageFont();
+    // The space kept free between a wrapped message and the view's left and right edges.
+    static constexpr int messageMargin = 12;
 
 Q_SIGNALS:
     // The canvas's draft and commit (authoring instance only).

@@ -1,18 +1,86 @@
 #include "model/Preferences.h"
 
+#include "model/ModelLog.h"
+
+#include <QFile>
+#include <QStringDecoder>
+
 namespace lookpane {
 
+namespace {
+
+// Why the settings file at `path` cannot be Lookpane's, in a few words; none when it can, or
+// when there is none. Settings files are UTF-8 text without control characters other than
+// line ends and tabs; Qt's reader makes keys of whatever else it is given, and escapes them
+// when it writes them back. (Text that Qt cannot parse in places is still read for what it
+// can: a line that a hand edit broke costs that line, not the whole file.)
+std::optional<QString> unreadableReason(const QString &path)
+{
+    QFile file(path);
+    if (!file.exists() || !file.open(QIODevice::ReadOnly)) {
+        return std::nullopt;
+    }
+    QStringDecoder utf8(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
+    const QString text = utf8(file.readAll());
+    if (utf8.hasError()) {
+        return QStringLiteral("it is not UTF-8 text");
+    }
+    for (const QChar c : text) {
+        if (c.category() == QChar::Other_Control && c != QLatin1Char('\n') &&
+            c != QLatin1Char('\r') && c != QLatin1Char('\t')) {
+            return QStringLiteral("it holds control characters");
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
 Preferences::Preferences()
-    : m_settings(std::make_unique<QSettings>(QSettings::NativeFormat, QSettings::UserScope,
+    : Preferences([] {
+          return std::make_unique<QSettings>(QSettings::NativeFormat, QSettings::UserScope,
                                              QStringLiteral("Lookpane"),
-                                             QStringLiteral("Lookpane")))
+                                             QStringLiteral("Lookpane"));
+      })
 {}
 
 Preferences::Preferences(const QString &filePath)
-    : m_settings(std::make_unique<QSettings>(filePath, QSettings::NativeFormat))
+    : Preferences(
+          [filePath] { return std::make_unique<QSettings>(filePath, QSettings::NativeFormat); })
 {}
 
+Preferences::Preferences(const std::function<std::unique_ptr<QSettings>()> &openSettings)
+    : m_settings(openSettings())
+{
+    const QString path = m_settings->fileName();
+    const std::optional<QString> reason = unreadableReason(path);
+    if (!reason) {
+        return;
+    }
+    const QString aside = setAsidePath(path);
+    // Nothing was changed, so letting go of the settings writes nothing.
+    m_settings.reset();
+    QFile::remove(aside);
+    if (QFile::rename(path, aside)) {
+        qCWarning(lcModel,
+                  "Lookpane: the settings file %s is unreadable (%s); it was moved to %s and "
+                  "Lookpane starts from its defaults",
+                  qPrintable(path), qPrintable(*reason), qPrintable(aside));
+    } else {
+        qCWarning(lcModel,
+                  "Lookpane: the settings file %s is unreadable (%s) and could not be moved to "
+                  "%s; Lookpane reads its defaults, and changes may rewrite the file",
+                  qPrintable(path), qPrintable(*reason), qPrintable(aside));
+    }
+    m_settings = openSettings();
+}
+
 Preferences::~Preferences() = default;
+
+QString Preferences::setAsidePath(const QString &filePath)
+{
+    return filePath + QStringLiteral(".corrupt");
+}
 
 void Preferences::registerDefaults()
 {

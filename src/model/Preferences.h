@@ -4,6 +4,7 @@
 #include <QString>
 #include <QVariant>
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -15,6 +16,11 @@ namespace lookpane {
 // registered defaults that answers reads of keys the user never set. Defaults are never
 // written to the file. One instance, owned by the application; the preference groups
 // (FramePreferences, ShortcutPreferences, ...) read and write through it.
+//
+// A settings file that cannot be Lookpane's (not UTF-8 text, or control characters in it) is
+// set aside as "<file>.corrupt", replacing an older one, with a warning, and Lookpane starts
+// from its defaults: kept in place it would be read as defaults anyway and then written back
+// with every piece of its garbage at the next change.
 class Preferences
 {
 public:
@@ -49,7 +55,12 @@ public:
 
     QString fileName() const;
 
+    // Where an unreadable settings file `filePath` is set aside.
+    static QString setAsidePath(const QString &filePath);
+
 private:
+    explicit Preferences(const std::function<std::unique_ptr<QSettings>()> &openSettings);
+
     std::unique_ptr<QSettings> m_settings;
     std::map<QString, QVariant> m_defaults;
 };

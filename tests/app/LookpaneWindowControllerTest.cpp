@@ -703,3 +703,97 @@ TEST_F(FrameController, ClickThroughHoldsWhenTheWindowManagerLeavesAndComesBack)
     EXPECT_TRUE(waitUntil(onlyTheBandsTakeClicks(true)));
     EXPECT_TRUE(anInteriorClickPasses()) << "with the window manager replaced";
 }
+
+// --- a compositing manager that comes and goes -----------------------------------------------
+
+namespace {
+
+// Whether the window has a bounding shape of its own (the box cut down to its outline), as
+// the X server holds it; none on any X failure.
+std::optional<bool> isBoundingShaped(QWidget *window)
+{
+    const x11::OwnedConnection connection(xcb_connect(display().c_str(), nullptr));
+    xcb_connection_t *c = connection.get();
+    if (xcb_connection_has_error(c)) {
+        return std::nullopt;
+    }
+    const x11::Reply<xcb_shape_query_extents_reply_t> extents(xcb_shape_query_extents_reply(
+        c, xcb_shape_query_extents(c, x11::windowId(window)), nullptr));
+    if (!extents) {
+        return std::nullopt;
+    }
+    return extents->bounding_shaped != 0;
+}
+
+// The sum of the channel differences between the screen's pixel at `point` of `area` and
+// `colour`.
+int distanceOnScreen(const QRect &area, QPoint point, const QColor &colour)
+{
+    const QColor seen = grabScreenRect(display(), area).pixelColor(point);
+    return std::abs(seen.red() - colour.red()) + std::abs(seen.green() - colour.green()) +
+           std::abs(seen.blue() - colour.blue());
+}
+
+} // namespace
+
+TEST_F(FrameController, TheDetachedOutlineIsCutWhenTheCompositingManagerLeaves)
+{
+    PatternWindow::Options options =
+        PatternWindow::at(QRect(200, 200, 640, 360), Pattern::solid, "Beneath");
+    options.color = 0x2080C0;
+    PatternWindow pattern(display(), options);
+    ASSERT_TRUE(pattern.isShown());
+    const QRect beneath = windowInfo(display(), pattern.window()).value_or(WindowInfo{}).geometry;
+    ASSERT_TRUE(testDisplay().startCompositor());
+    auto controller = makeController(beneath);
+    controller->setMode(ShareMode::detached);
+    showAndWait(*controller);
+    // The compositing manager shows the outline's transparent middle as it is: no cut.
+    EXPECT_EQ(isBoundingShaped(controller->frameWindow()), false);
+
+    testDisplay().stopCompositor();
+    // Without it the middle would be black: the box is cut to its outline, and the window
+    // beneath shows through.
+    EXPECT_TRUE(waitUntil([&] { return isBoundingShaped(controller->frameWindow()) == true; }));
+    const QPoint middle(beneath.width() / 2, beneath.height() / 2);
+    EXPECT_TRUE(waitUntil([&] {
+        return distanceOnScreen(beneath, middle, QColor(0x20, 0x80, 0xC0)) <= 6;
+    })) << "the outline's middle does not show the window beneath";
+}
+
+TEST_F(FrameController, TheDetachedOutlineGetsItsWholeShapeBackWhenACompositingManagerArrives)
+{
+    auto controller = makeController(QRect(300, 300, 640, 360));
+    controller->setMode(ShareMode::detached);
+    showAndWait(*controller);
+    ASSERT_TRUE(waitUntil([&] { return isBoundingShaped(controller->frameWindow()) == true; }));
+
+    ASSERT_TRUE(testDisplay().startCompositor());
+    EXPECT_TRUE(waitUntil([&] { return isBoundingShaped(controller->frameWindow()) == false; }));
+    // And cut again when it leaves once more.
+    testDisplay().stopCompositor();
+    EXPECT_TRUE(waitUntil([&] { return isBoundingShaped(controller->frameWindow()) == true; }));
+}
+
+TEST_F(FrameController, DrawingDetachedShowsTheRegionsPictureOnceTheCompositingManagerLeaves)
+{
+    ASSERT_TRUE(testDisplay().startCompositor());
+    auto controller = makeController(QRect(300, 300, 640, 360));
+    controller->setMode(ShareMode::detached);
+    showAndWait(*controller);
+    QImage picture(640, 360, QImage::Format_RGB32);
+    picture.fill(QColor(40, 160, 90));
+    controller->showCapturedFrame(CapturedFrame::fromImage(picture));
+    controller->setDrawingMode(true);
+    PreviewView &view = *controller->previewView();
+    // Composited, the outline stays see-through while drawing.
+    EXPECT_EQ(view.previewStyle(), PreviewView::Style::selection);
+
+    testDisplay().stopCompositor();
+    // Without compositing the whole box takes the mouse and shows the region's picture.
+    EXPECT_TRUE(waitUntil([&] { return view.previewStyle() == PreviewView::Style::mirror; }));
+    EXPECT_TRUE(view.hasCapturedFrame());
+    ASSERT_TRUE(testDisplay().startCompositor());
+    EXPECT_TRUE(waitUntil([&] { return view.previewStyle() == PreviewView::Style::selection; }));
+    testDisplay().stopCompositor();
+}

@@ -77,7 +77,7 @@ TEST(RenderPreview, WithoutOpenGLShowsTheUnavailableMessageForItsWholeLife)
     }
 }
 
-TEST(RenderPreview, MessageIsDrawnCentredOnOneLine)
+TEST(RenderPreview, AMessageThatFitsIsDrawnCentredOnOneLine)
 {
     PreviewView preview(false);
     preview.resize(640, 360);
@@ -90,10 +90,43 @@ TEST(RenderPreview, MessageIsDrawnCentredOnOneLine)
     EXPECT_LE(box.height(), lineHeight);
     EXPECT_NEAR(box.center().x(), 320, 3);
     EXPECT_NEAR(box.center().y(), 180, 4);
-    // A text wider than the view is not wrapped either.
-    preview.resize(160, 120);
-    const QRect narrow = brightBox(preview.grab().toImage(), 160);
-    EXPECT_LE(narrow.height(), lineHeight);
+}
+
+TEST(RenderPreview, AMessageWiderThanTheViewWrapsWithinItsEdges)
+{
+    PreviewView preview(false);
+    preview.resize(320, 200);
+    ASSERT_TRUE(showAndWait(preview, {0, 0}));
+    const QString reason = QStringLiteral("Unable to start capture: the X server lacks the "
+                                          "Composite 0.2 extension that screen capture needs");
+    ASSERT_GT(QFontMetricsF(PreviewView::messageFont()).horizontalAdvance(reason), 2 * 320);
+    preview.setCaptureMessage(reason);
+    ASSERT_TRUE(waitUntil([&] { return !brightBox(preview.grab().toImage(), 160).isEmpty(); }));
+    const QRect box = brightBox(preview.grab().toImage(), 160);
+    const double lineHeight = QFontMetricsF(PreviewView::messageFont()).height();
+    // Several lines, every one of them inside the view with room to spare at the sides,
+    // the block centred.
+    EXPECT_GE(box.height(), 2 * lineHeight);
+    EXPECT_GE(box.left(), PreviewView::messageMargin - 1);
+    EXPECT_LE(box.right(), 320 - PreviewView::messageMargin);
+    EXPECT_GT(box.width(), 320 / 2);
+    EXPECT_NEAR(box.center().x(), 160, 12);
+    EXPECT_NEAR(box.center().y(), 100, lineHeight);
+}
+
+TEST(RenderPreview, AWordLongerThanTheViewIsBrokenWithinItsEdges)
+{
+    PreviewView preview(false);
+    preview.resize(200, 150);
+    ASSERT_TRUE(showAndWait(preview, {0, 0}));
+    preview.setCaptureMessage(
+        QStringLiteral("Unable to start capture: /tmp/.X11-unix/X1234567890/abcdefghijklmnop"));
+    ASSERT_TRUE(waitUntil([&] { return !brightBox(preview.grab().toImage(), 160).isEmpty(); }));
+    const QRect box = brightBox(preview.grab().toImage(), 160);
+    // On more than one line, none of them past the view's edges.
+    EXPECT_GT(box.height(), QFontMetricsF(PreviewView::messageFont()).height());
+    EXPECT_GE(box.left(), PreviewView::messageMargin - 1);
+    EXPECT_LE(box.right(), 200 - PreviewView::messageMargin);
 }
 
 TEST(RenderPreview, MessageHidesThePictureUntilTheNextOneArrives)

@@ -1,11 +1,17 @@
+#include "LoggedMessages.h"
+
 #include "model/Preferences.h"
 
 #include <gtest/gtest.h>
 
 #include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QPoint>
 #include <QSettings>
 #include <QTemporaryDir>
+
+#include <random>
 
 using namespace lookpane;
 
@@ -121,4 +127,157 @@ TEST(PreferencesLocation, TheUserFileIsLookpaneConfInTheConfigHome)
     ASSERT_FALSE(configHome.isEmpty());
     const Preferences preferences;
     EXPECT_EQ(preferences.fileName(), QDir(configHome).filePath("Lookpane/Lookpane.conf"));
+}
+
+// --- settings files that are not settings ----------------------------------------------------
+
+namespace {
+
+QByteArray randomBytes(std::size_t count, unsigned seed)
+{
+    std::mt19937 random(seed);
+    QByteArray bytes;
+    bytes.reserve(static_cast<qsizetype>(count));
+    for (std::size_t i = 0; i < count; ++i) {
+        bytes.append(static_cast<char>(random() & 0xFF));
+    }
+    return bytes;
+}
+
+bool writeFile(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
+           file.write(bytes) == bytes.size();
+}
+
+QByteArray readFile(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// The warnings of "lookpane.model".
+std::vector<QString> modelWarnings(const lookpane::testing::LoggedMessages &logged)
+{
+    std::vector<QString> texts;
+    for (const lookpane::testing::LoggedMessages::Message &message : logged.ofType(QtWarningMsg)) {
+        if (message.category == QLatin1String("lookpane.model")) {
+            texts.push_back(message.text);
+        }
+    }
+    return texts;
+}
+
+class CorruptSettingsFile : public ::testing::Test
+{
+protected:
+    QString filePath() const { return QDir(directory.path()).filePath("Lookpane.conf"); }
+    QString asidePath() const { return filePath() + ".corrupt"; }
+
+    QTemporaryDir directory;
+};
+
+} // namespace
+
+TEST_F(CorruptSettingsFile, AMegabyteOfRandomBytesIsSetAsideAndLookpaneStartsFromDefaults)
+{
+    const QByteArray garbage = randomBytes(1 << 20, 14);
+    ASSERT_TRUE(writeFile(filePath(), garbage));
+    lookpane::testing::LoggedMessages logged;
+    Preferences preferences(filePath());
+    preferences.registerDefaults();
+
+    // The garbage is kept as it was, under the other name, and nothing is left in its place.
+    EXPECT_EQ(readFile(asidePath()), garbage);
+    EXPECT_FALSE(QFile::exists(filePath()));
+    EXPECT_TRUE(preferences.boolValue("ClickThroughEnabled"));
+    EXPECT_EQ(preferences.stringValue("ShareMode"), QStringLiteral("overlay"));
+
+    // Saying where the file went.
+    const std::vector<QString> warnings = modelWarnings(logged);
+    ASSERT_EQ(warnings.size(), 1u);
+    EXPECT_TRUE(warnings.front().contains(filePath())) << warnings.front().toStdString();
+    EXPECT_TRUE(warnings.front().contains(asidePath())) << warnings.front().toStdString();
+
+    // The next change writes a settings file that holds that change alone.
+    preferences.setValue("ShareMode", QStringLiteral("detached"));
+    EXPECT_LT(QFileInfo(filePath()).size(), 100);
+    const QSettings written(filePath(), QSettings::NativeFormat);
+    EXPECT_EQ(written.allKeys(), QStringList{"ShareMode"});
+    EXPECT_EQ(Preferences(filePath()).stringValue("ShareMode"), QStringLiteral("detached"));
+}
+
+TEST_F(CorruptSettingsFile, AShortBinaryFileThatQtReadsWithoutComplaintIsSetAsideToo)
+{
+    // A hundred random bytes, which Qt's reader takes for a key or two without an error.
+    const QByteArray garbage = randomBytes(100, 3);
+    ASSERT_TRUE(writeFile(filePath(), garbage));
+    ASSERT_EQ(QSettings(filePath(), QSettings::NativeFormat).status(), QSettings::NoError);
+    const Preferences preferences(filePath());
+    EXPECT_EQ(readFile(asidePath()), garbage);
+    EXPECT_FALSE(QFile::exists(filePath()));
+}
+
+TEST_F(CorruptSettingsFile, AControlCharacterInOtherwiseGoodSettingsSetsTheFileAside)
+{
+    const QByteArray damaged = QByteArrayLiteral("[General]\nShareMode=detached\n\x01\x02\n");
+    ASSERT_TRUE(writeFile(filePath(), damaged));
+    Preferences preferences(filePath());
+    preferences.registerDefaults();
+    EXPECT_EQ(readFile(asidePath()), damaged);
+    EXPECT_EQ(preferences.stringValue("ShareMode"), QStringLiteral("overlay"));
+}
+
+TEST_F(CorruptSettingsFile, AnOlderSetAsideFileIsReplaced)
+{
+    ASSERT_TRUE(writeFile(asidePath(), QByteArrayLiteral("the garbage of last week")));
+    const QByteArray garbage = randomBytes(4096, 7);
+    ASSERT_TRUE(writeFile(filePath(), garbage));
+    const Preferences preferences(filePath());
+    EXPECT_EQ(readFile(asidePath()), garbage);
+    EXPECT_FALSE(QFile::exists(filePath()));
+}
+
+TEST_F(CorruptSettingsFile, ReadableSettingsStayWhereTheyAreEvenWithABrokenLine)
+{
+    // UTF-8 beyond ASCII, a tab, Windows line ends and a line that a hand edit broke: text
+    // that Qt reads for what it can.
+    const QByteArray text = QByteArrayLiteral(
+        "[General]\r\nShareMode=detached\r\nNote=Gr\xC3\xB6\xC3\x9F"
+        "e\tund Breite\r\nthis line lost its equals sign\r\nFrameRatio=square\r\n");
+    ASSERT_TRUE(writeFile(filePath(), text));
+    lookpane::testing::LoggedMessages logged;
+    Preferences preferences(filePath());
+    EXPECT_FALSE(QFile::exists(asidePath()));
+    EXPECT_EQ(readFile(filePath()), text);
+    EXPECT_EQ(preferences.stringValue("ShareMode"), QStringLiteral("detached"));
+    EXPECT_EQ(preferences.stringValue("FrameRatio"), QStringLiteral("square"));
+    EXPECT_EQ(preferences.stringValue("Note"), QStringLiteral("Größe\tund Breite"));
+    EXPECT_TRUE(modelWarnings(logged).empty());
+}
+
+TEST_F(CorruptSettingsFile, AnEmptyFileIsNoDamage)
+{
+    ASSERT_TRUE(writeFile(filePath(), QByteArray()));
+    const Preferences preferences(filePath());
+    EXPECT_TRUE(QFile::exists(filePath()));
+    EXPECT_FALSE(QFile::exists(asidePath()));
+}
+
+TEST(CorruptSettingsLocation, TheUsersOwnFileIsSetAsideToo)
+{
+    const QString configHome = qEnvironmentVariable("XDG_CONFIG_HOME");
+    ASSERT_FALSE(configHome.isEmpty());
+    ASSERT_TRUE(QDir(configHome).mkpath("Lookpane"));
+    const QString path = QDir(configHome).filePath("Lookpane/Lookpane.conf");
+    const QByteArray garbage = randomBytes(2048, 11);
+    ASSERT_TRUE(writeFile(path, garbage));
+    {
+        Preferences preferences;
+        EXPECT_EQ(preferences.fileName(), path);
+        EXPECT_EQ(readFile(Preferences::setAsidePath(path)), garbage);
+        EXPECT_FALSE(QFile::exists(path));
+    }
+    QFile::remove(Preferences::setAsidePath(path));
 }

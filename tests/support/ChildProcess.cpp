@@ -44,7 +44,12 @@ ChildProcess::ChildProcess(const std::vector<std::string> &argv, Options options
         } else if (options.quiet) {
             dup2(devNull, STDOUT_FILENO);
         }
-        if (options.quiet) {
+        if (!options.stderrFile.empty()) {
+            const int file = open(options.stderrFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+            if (file >= 0) {
+                dup2(file, STDERR_FILENO);
+            }
+        } else if (options.quiet) {
             dup2(devNull, STDERR_FILENO);
         }
         dup2(devNull, STDIN_FILENO);

@@ -23,6 +23,8 @@ public:
         std::vector<std::string> unset;
         bool captureStdout = false;
         bool quiet = true; // stdout (when not captured) and stderr to /dev/null
+        // When set, the child's standard error goes to this file (created or emptied first).
+        std::string stderrFile;
     };
 
     ChildProcess(const std::vector<std::string> &argv, Options options);

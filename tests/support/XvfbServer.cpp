@@ -2,6 +2,9 @@
 
 #include <xcb/xcb.h>
 
+#include <signal.h>
+
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -90,7 +93,8 @@ bool windowManagerMapsWindows(const std::string &display)
 
 } // namespace
 
-XvfbServer::XvfbServer(Options options) : m_options(options)
+XvfbServer::XvfbServer(Options options, const std::vector<std::string> &disabledExtensions)
+    : m_options(options)
 {
     // Xvfb writes the display number it chose to the descriptor given to -displayfd: our
     // child's standard output.
@@ -98,11 +102,18 @@ XvfbServer::XvfbServer(Options options) : m_options(options)
         std::to_string(options.width) + "x" + std::to_string(options.height) + "x24";
     ChildProcess::Options childOptions;
     childOptions.captureStdout = true;
-    m_server = std::make_unique<ChildProcess>(
-        std::vector<std::string>{"Xvfb", "-displayfd", "1", "-screen", "0", screen, "+extension",
-                                 "Composite", "+extension", "RANDR", "-nolisten", "tcp", "-noreset",
-                                 "-dpi", "96"},
-        childOptions);
+    std::vector<std::string> argv{"Xvfb", "-displayfd", "1", "-screen", "0", screen};
+    for (const std::string &extension : {std::string("Composite"), std::string("RANDR")}) {
+        if (std::find(disabledExtensions.begin(), disabledExtensions.end(), extension) ==
+            disabledExtensions.end()) {
+            argv.insert(argv.end(), {"+extension", extension});
+        }
+    }
+    for (const std::string &extension : disabledExtensions) {
+        argv.insert(argv.end(), {"-extension", extension});
+    }
+    argv.insert(argv.end(), {"-nolisten", "tcp", "-noreset", "-dpi", "96"});
+    m_server = std::make_unique<ChildProcess>(argv, childOptions);
     const std::optional<std::string> line = m_server->readLine(std::chrono::seconds(20));
     if (!line || line->empty()) {
         m_server.reset();
@@ -116,6 +127,15 @@ XvfbServer::~XvfbServer()
     m_compositor.reset();
     m_windowManager.reset();
     m_server.reset();
+}
+
+bool XvfbServer::kill()
+{
+    if (!m_server) {
+        return false;
+    }
+    m_server->signal(SIGKILL);
+    return m_server->waitForExit(std::chrono::seconds(10)).has_value();
 }
 
 std::string XvfbServer::displayName() const

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace lookpane::testing {
 
@@ -20,7 +21,10 @@ public:
         int height = 1080;
     };
 
-    explicit XvfbServer(Options options);
+    explicit XvfbServer(Options options) : XvfbServer(options, {}) {}
+    // A server that goes without `disabledExtensions` ("Composite", "DAMAGE", ...), as on a
+    // display whose administrator turned them off.
+    XvfbServer(Options options, const std::vector<std::string> &disabledExtensions);
     XvfbServer() : XvfbServer(Options{}) {}
     ~XvfbServer();
 
@@ -33,6 +37,9 @@ public:
     int width() const { return m_options.width; }
     // The X server's process, for measuring what it spends.
     pid_t pid() const { return m_server ? m_server->pid() : -1; }
+    // Ends the X server abruptly (SIGKILL), as a crash would, and waits until it is gone; true
+    // once it is. Its clients see their connections break.
+    bool kill();
     int height() const { return m_options.height; }
 
     // Starts openbox and waits until it manages the screen (_NET_SUPPORTING_WM_CHECK).
