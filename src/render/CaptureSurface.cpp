@@ -1,5 +1,7 @@
 #include "render/CaptureSurface.h"
 
+#include <QCoreApplication>
+#include <QEvent>
 #include <QPaintDeviceWindow>
 #include <QTimer>
 
@@ -57,6 +59,17 @@ void CaptureSurface::setOverlayPainter(OverlayPainter painter)
     m_overlayPainter = std::move(painter);
     overlayPainterChanged();
     m_window.update();
+}
+
+void CaptureSurface::drawNow()
+{
+    if (!m_window.isExposed()) {
+        return;
+    }
+    // The update request that update() posted, handled here: the window paints what is dirty
+    // and hands it to the window system; the posted one then finds nothing left to do.
+    QEvent request(QEvent::UpdateRequest);
+    QCoreApplication::sendEvent(&m_window, &request);
 }
 
 void CaptureSurface::updateOverlay()

@@ -43,6 +43,11 @@ public:
     // what it paints needs updateOverlay().
     void setOverlayPainter(OverlayPainter painter);
     void updateOverlay();
+    // Carries out an asked-for draw before it returns, instead of at the next turn of the event
+    // loop, for a change that must reach the screen before whatever the caller does next (the
+    // privacy blur: the box says "Viewers see a blur" only after viewers do). Does nothing
+    // while the window is not exposed; it draws when it is.
+    void drawNow();
 
     bool hasRenderedFrame() const { return m_hasRenderedFrame; }
     bool isUnavailable() const { return m_unavailable; }

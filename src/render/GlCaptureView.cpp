@@ -272,6 +272,9 @@ void GlCaptureView::requestRedraw(bool immediately)
 {
     if (m_window) {
         m_window->setRenderSettings(m_settings);
+        if (immediately) {
+            m_window->drawNow();
+        }
         return;
     }
     m_hasRenderedFrame = false;

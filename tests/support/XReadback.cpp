@@ -162,6 +162,41 @@ QImage grabWindow(const std::string &display, std::uint32_t window)
     return readImage(c.get(), window, QRect(0, 0, geometry->width, geometry->height));
 }
 
+void WindowReader::Closer::operator()(xcb_connection_t *connection) const
+{
+    xcb_disconnect(connection);
+}
+
+WindowReader::WindowReader(const std::string &display)
+    : m_connection(xcb_connect(display.c_str(), nullptr))
+{}
+
+WindowReader::~WindowReader() = default;
+
+bool WindowReader::isConnected() const
+{
+    return m_connection && xcb_connection_has_error(m_connection.get()) == 0;
+}
+
+QImage WindowReader::grab(std::uint32_t window)
+{
+    if (!isConnected()) {
+        return {};
+    }
+    xcb_connection_t *c = m_connection.get();
+    Reply<xcb_get_geometry_reply_t> geometry(
+        xcb_get_geometry_reply(c, xcb_get_geometry(c, window), nullptr));
+    if (!geometry) {
+        return {};
+    }
+    return readImage(c, window, QRect(0, 0, geometry->width, geometry->height));
+}
+
+QImage WindowReader::grab(std::uint32_t window, const QRect &rect)
+{
+    return isConnected() ? readImage(m_connection.get(), window, rect) : QImage{};
+}
+
 std::vector<WindowInfo> findWindows(const std::string &display,
                                     const std::function<bool(const WindowInfo &)> &matches)
 {

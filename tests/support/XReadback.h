@@ -5,9 +5,12 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
+
+struct xcb_connection_t;
 
 namespace lookpane::testing {
 
@@ -18,6 +21,32 @@ namespace lookpane::testing {
 QImage grabScreenRect(const std::string &display, const QRect &rect);
 // A window's own contents (Format_RGB32); null when the window is gone or unviewable.
 QImage grabWindow(const std::string &display, std::uint32_t window);
+
+// Reads windows' pixels over one connection that it keeps open, for tests that read frame
+// after frame as a meeting application does (a connection per read would cost more than the
+// read).
+class WindowReader
+{
+public:
+    explicit WindowReader(const std::string &display);
+    ~WindowReader();
+
+    WindowReader(const WindowReader &) = delete;
+    WindowReader &operator=(const WindowReader &) = delete;
+
+    bool isConnected() const;
+    // The whole window (Format_RGB32); null when it is gone or unviewable.
+    QImage grab(std::uint32_t window);
+    // The part `rect` (window coordinates) of the window; null when it cannot be read.
+    QImage grab(std::uint32_t window, const QRect &rect);
+
+private:
+    struct Closer
+    {
+        void operator()(xcb_connection_t *connection) const;
+    };
+    std::unique_ptr<xcb_connection_t, Closer> m_connection;
+};
 
 struct WindowInfo
 {
