@@ -14,6 +14,7 @@
 #include "model/Preferences.h"
 #include "model/ScreenCoordinates.h"
 #include "platform/x11/ApplicationConnection.h"
+#include "platform/x11/X11FrameWatcher.h"
 #include "platform/x11/XReply.h"
 #include "platform/x11/XcbConnection.h"
 #include "shortcuts/ToolShortcutPreferences.h"
@@ -307,7 +308,12 @@ TEST_F(BoxOnTheDesktop, WithACompositingManagerTheEdgeBandMovesTheBoxAndTheInter
     auto controller = makeController(place);
     ASSERT_TRUE(controller->clickThrough());
     showAndWait(*controller);
-    ASSERT_TRUE(waitUntil([&] { return controller->framePassesInteriorClicks(); }));
+    // The window manager copies the shapes onto its frames a moment after the windows get them.
+    ASSERT_TRUE(waitUntil([&] {
+        return controller->framePassesInteriorClicks() &&
+               x11::X11FrameWatcher::frameFollowsInputShape(controller->frameWindow()) &&
+               x11::X11FrameWatcher::frameFollowsInputShape(controller->shareWindow());
+    }));
 
     ASSERT_TRUE(clickAt(display(), place.center()));
     EXPECT_TRUE(beneath.waitForClick(5000).has_value())
