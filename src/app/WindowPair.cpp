@@ -80,9 +80,12 @@ WindowPair::WindowPair(const ScreenRect &contentRect, bool staysOnTop)
     fill(m_previewView, m_frameWindow.get());
     fill(m_sharePreviewView, m_shareWindow.get());
 
+    // Only the share window goes by Lookpane's name: it is the one to pick in a meeting
+    // application's list of windows.
+    m_frameWindow->setWindowTitle(QStringLiteral("Lookpane box"));
+    m_shareWindow->setWindowTitle(QStringLiteral("Lookpane"));
     const QSize minimum = FrameGeometry::minimumContentSize.toSize();
     for (BorderlessWindow *window : {m_frameWindow.get(), m_shareWindow.get()}) {
-        window->setWindowTitle(QStringLiteral("Lookpane"));
         window->setMinimumSize(minimum);
         window->setAutoFillBackground(true);
     }
@@ -102,6 +105,10 @@ WindowPair::WindowPair(const ScreenRect &contentRect, bool staysOnTop)
     setStaysOnTop(staysOnTop);
     X11WindowTraits::setWindowRole(m_frameWindow.get(), "frame");
     X11WindowTraits::setWindowRole(m_shareWindow.get(), "share");
+    // A utility window, not a normal one: window pickers leave it out, so that nobody shares
+    // the box (unblurred in overlay mode) instead of the share window, and window managers
+    // keep it with the share window (openbox stacks it above).
+    X11WindowTraits::setWindowType(m_frameWindow.get(), X11WindowTraits::WindowType::utility);
 }
 
 WindowPair::~WindowPair() = default;

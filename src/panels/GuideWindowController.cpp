@@ -5,6 +5,7 @@
 #include "panels/GuideLog.h"
 #include "panels/GuideText.h"
 #include "platform/x11/X11DesktopHints.h"
+#include "platform/x11/X11WindowTraits.h"
 
 #include <QCheckBox>
 #include <QCursor>
@@ -62,6 +63,8 @@ GuideWindowController::GuideWindowController(Preferences &preferences, bool tray
 {
     m_window->setWindowTitle(QStringLiteral("How to Use Lookpane"));
     m_window->setWindowRole(QStringLiteral("guide"));
+    // Not a normal window, so that meeting applications' window pickers leave it out.
+    X11WindowTraits::setWindowType(m_window.get(), X11WindowTraits::WindowType::dialog);
     m_window->setFixedSize(windowWidth, windowHeight);
 
     // Read-only text that can still be selected and copied, on the window's own background.

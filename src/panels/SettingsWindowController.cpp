@@ -42,6 +42,8 @@ SettingsWindowController::SettingsWindowController(Preferences &preferences, QOb
     m_window->setAttribute(Qt::WA_QuitOnClose, false);
     build();
     X11WindowTraits::setWindowRole(m_window.get(), "settings");
+    // Not a normal window, so that meeting applications' window pickers leave it out.
+    X11WindowTraits::setWindowType(m_window.get(), X11WindowTraits::WindowType::dialog);
     m_window->installEventFilter(this);
 }
 

@@ -1,6 +1,7 @@
 #include "toolbar/ToolbarPanel.h"
 
 #include "platform/x11/X11DesktopHints.h"
+#include "platform/x11/X11WindowTraits.h"
 #include "toolbar/DragHandleView.h"
 
 #include <QPainter>
@@ -26,6 +27,9 @@ ToolbarPanel::ToolbarPanel(QWidget *parent)
     // The panel is never the active window, and its controls still explain themselves.
     setAttribute(Qt::WA_AlwaysShowToolTips);
     setAttribute(Qt::WA_X11NetWmWindowTypeUtility);
+    // Qt lists "normal" after "utility", and meeting applications offer every window that
+    // lists it in their window pickers.
+    X11WindowTraits::setWindowType(this, X11WindowTraits::WindowType::utility);
     setFocusPolicy(Qt::NoFocus);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);

@@ -259,6 +259,39 @@ std::optional<WindowInfo> windowInfo(const std::string &display, std::uint32_t w
     return describe(c.get(), window);
 }
 
+std::optional<int> stackingPosition(const std::string &display, std::uint32_t window)
+{
+    ConnectionPtr c = connect(display);
+    if (xcb_connection_has_error(c.get())) {
+        return std::nullopt;
+    }
+    xcb_window_t topLevel = window;
+    for (;;) {
+        Reply<xcb_query_tree_reply_t> tree(
+            xcb_query_tree_reply(c.get(), xcb_query_tree(c.get(), topLevel), nullptr));
+        if (!tree) {
+            return std::nullopt;
+        }
+        if (tree->parent == tree->root) {
+            break;
+        }
+        topLevel = tree->parent;
+    }
+    Reply<xcb_query_tree_reply_t> roots(
+        xcb_query_tree_reply(c.get(), xcb_query_tree(c.get(), rootOf(c.get())), nullptr));
+    if (!roots) {
+        return std::nullopt;
+    }
+    const xcb_window_t *children = xcb_query_tree_children(roots.get());
+    const int count = xcb_query_tree_children_length(roots.get());
+    for (int i = 0; i < count; ++i) {
+        if (children[i] == topLevel) {
+            return i;
+        }
+    }
+    return std::nullopt;
+}
+
 QColor meanColor(const QImage &image, const QRect &area)
 {
     const QRect clipped = area.intersected(image.rect());

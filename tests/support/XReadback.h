@@ -77,6 +77,11 @@ std::optional<WindowInfo> waitForViewableWindow(const std::string &display, cons
                                                 int timeoutMs);
 std::optional<WindowInfo> windowInfo(const std::string &display, std::uint32_t window);
 
+// Where the top-level window that holds `window` (the window itself, or the window manager's
+// frame around it) lies among the root's children, counted from the bottom: a window with a
+// higher position is drawn over one with a lower. None when the window is gone.
+std::optional<int> stackingPosition(const std::string &display, std::uint32_t window);
+
 // Average colour of an image area, and how many pixels differ from a colour by more than
 // `tolerance` in any channel.
 QColor meanColor(const QImage &image, const QRect &area);

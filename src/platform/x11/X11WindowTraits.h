@@ -35,4 +35,29 @@ std::vector<QRect> edgeBands(const QSize &size, int band);
 // when it creates it, or at once when there is one.
 bool setWindowRole(QWidget *window, const QByteArray &role);
 
+// What a window is to the window manager and to programs that list windows
+// (_NET_WM_WINDOW_TYPE).
+enum class WindowType
+{
+    utility, // belongs to another window and works on it: the box, the toolbar
+    dialog,  // opened for a while to tell or ask something: settings, guide, alerts
+};
+
+// Makes the window a `type` window instead of a "normal" one. Qt gives every window the type
+// "normal", as the only one or as a fallback after the type its flags ask for, and the window
+// pickers of screen-sharing applications (those built on WebRTC: browsers and the meeting
+// clients built on them) offer every window whose types include "normal". Only the share window
+// is meant to be picked there: any other Lookpane window offered beside it under Lookpane's
+// name invites a viewer to be shown the wrong one (the box shows the unblurred picture).
+//
+// Where "normal" stands in Qt's list, `type` takes its place; the other types Qt wrote stay,
+// in their order, so that a window manager treats the window as before except for its type.
+// The type is kept from now on: written before each show (window managers read it when they
+// take a window in, never after) and again whenever Qt writes its own list (when it creates the
+// X window or its flags change). A window that Qt re-creates while showing it (a changed
+// stay-on-top flag) is mapped with Qt's list and corrected a moment later: pickers then see the
+// right type, and the window manager treats the window as a normal one until its next show.
+// False for anything but a top-level widget, off X11, or when the type could not be written.
+bool setWindowType(QWidget *window, WindowType type);
+
 } // namespace lookpane::X11WindowTraits

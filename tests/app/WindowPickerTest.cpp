@@ -1,0 +1,199 @@
+// What the "share a window" picker of a meeting application offers while Lookpane runs: the
+// real executable on a private X server with openbox, with and without a compositing manager,
+// in both modes. Only the share window may be offered: the box shows the region unblurred in
+// overlay mode, and a user who picked it would defeat the privacy blur.
+#include "WindowPicker.h"
+#include "ChildProcess.h"
+#include "Eventually.h"
+#include "PatternWindow.h"
+#include "XReadback.h"
+#include "XvfbServer.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QSettings>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <sstream>
+
+using namespace lookpane::testing;
+
+namespace {
+
+std::string describe(const std::vector<PickerWindow> &windows)
+{
+    std::ostringstream text;
+    for (const PickerWindow &window : windows) {
+        text << "\n  \"" << window.title.toStdString() << "\" role " << window.role.toStdString()
+             << " types [" << window.types.join(QStringLiteral(", ")).toStdString() << "]"
+             << (window.offered ? " offered" : " left out");
+    }
+    return text.str();
+}
+
+std::vector<PickerWindow> ofProcess(const std::vector<PickerWindow> &windows, int pid)
+{
+    std::vector<PickerWindow> result;
+    std::copy_if(windows.begin(), windows.end(), std::back_inserter(result),
+                 [pid](const PickerWindow &window) { return window.pid == pid; });
+    return result;
+}
+
+const PickerWindow *withRole(const std::vector<PickerWindow> &windows, const char *role)
+{
+    const auto found = std::find_if(windows.begin(), windows.end(), [role](const auto &window) {
+        return window.role == QLatin1String(role);
+    });
+    return found == windows.end() ? nullptr : &*found;
+}
+
+class WindowPicker : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(m_server.isRunning());
+        ASSERT_TRUE(m_server.startWindowManager());
+        ASSERT_TRUE(m_config.isValid());
+    }
+
+    std::string display() const { return m_server.displayName(); }
+
+    // Starts Lookpane in `mode` ("overlay" or "detached") and waits until the box, the share
+    // window and the toolbar are on the screen.
+    void launch(const char *mode)
+    {
+        QDir(m_config.path()).mkpath(QStringLiteral("Lookpane"));
+        {
+            QSettings settings(QDir(m_config.path()).filePath("Lookpane/Lookpane.conf"),
+                               QSettings::NativeFormat);
+            settings.setValue(QStringLiteral("ShareMode"), QString::fromLatin1(mode));
+        }
+        ChildProcess::Options options;
+        options.environment["DISPLAY"] = display();
+        options.environment["QT_QPA_PLATFORM"] = "xcb";
+        options.environment["XDG_CONFIG_HOME"] = m_config.path().toStdString();
+        options.environment["LIBGL_ALWAYS_SOFTWARE"] = "1";
+        options.unset = {"WAYLAND_DISPLAY", "XAUTHORITY", "SESSION_MANAGER"};
+        m_lookpane =
+            std::make_unique<ChildProcess>(std::vector<std::string>{lookpaneExecutable()}, options);
+        ASSERT_TRUE(m_lookpane->isStarted());
+        for (const char *role : {"frame", "share", "toolbar"}) {
+            ASSERT_TRUE(waitForViewableRole(display(), QString::fromLatin1(role), 15000))
+                << "no " << role << " window on the screen";
+        }
+    }
+
+    // Lists the windows as a picker does until Lookpane's box, share window and toolbar are
+    // among the application windows it looks at (the window manager has taken them in), and
+    // checks that it offers the share window and nothing else of Lookpane's.
+    void expectOnlyTheShareWindowOffered()
+    {
+        std::vector<PickerWindow> lookpane;
+        ASSERT_TRUE(eventually([&] {
+            const std::optional<PickerListing> listing = listPickerWindows(display());
+            if (!listing) {
+                return false;
+            }
+            lookpane = ofProcess(listing->applicationWindows, m_lookpane->pid());
+            return withRole(lookpane, "frame") && withRole(lookpane, "share") &&
+                   withRole(lookpane, "toolbar");
+        })) << "the picker does not see Lookpane's windows:"
+            << describe(lookpane);
+
+        std::vector<PickerWindow> offered;
+        std::copy_if(lookpane.begin(), lookpane.end(), std::back_inserter(offered),
+                     [](const PickerWindow &window) { return window.offered; });
+        ASSERT_EQ(offered.size(), 1u) << describe(lookpane);
+        EXPECT_EQ(offered.front().role, QStringLiteral("share"));
+        EXPECT_EQ(offered.front().title, QStringLiteral("Lookpane"));
+        EXPECT_TRUE(offered.front().types.contains("_NET_WM_WINDOW_TYPE_NORMAL"));
+        // Nothing else goes by the share window's name, in the picker or anywhere else.
+        for (const PickerWindow &window : lookpane) {
+            if (window.role != QStringLiteral("share")) {
+                EXPECT_NE(window.title, QStringLiteral("Lookpane")) << describe(lookpane);
+            }
+        }
+        EXPECT_EQ(withRole(lookpane, "frame")->title, QStringLiteral("Lookpane box"));
+        EXPECT_EQ(withRole(lookpane, "toolbar")->title, QStringLiteral("Lookpane toolbar"));
+    }
+
+    XvfbServer m_server{{1280, 720}};
+    QTemporaryDir m_config;
+    std::unique_ptr<ChildProcess> m_lookpane;
+};
+
+} // namespace
+
+// The picker as it is emulated here: it must offer what such pickers offer and leave out what
+// they leave out, or the tests below would prove nothing.
+TEST_F(WindowPicker, OffersOrdinaryWindowsAndLeavesOutUtilityDockUntitledAndMinimisedOnes)
+{
+    const auto shown = [&](const std::string &title, const std::string &type) {
+        PatternWindow::Options options =
+            PatternWindow::at(QRect(40, 40, 200, 120), Pattern::bars, title);
+        options.windowType = type;
+        return std::make_unique<PatternWindow>(display(), options);
+    };
+    const auto untyped = shown("Untyped", "");
+    const auto normal = shown("Normal", "NORMAL");
+    const auto utility = shown("Utility", "UTILITY");
+    const auto dock = shown("Dock", "DOCK");
+    const auto untitled = shown("", "NORMAL");
+    const auto minimised = shown("Minimised", "NORMAL");
+    for (const auto *window : {&untyped, &normal, &utility, &dock, &untitled, &minimised}) {
+        ASSERT_TRUE((*window)->isShown());
+    }
+    ChildProcess::Options options;
+    options.environment["DISPLAY"] = display();
+    ChildProcess minimise(
+        {"xdotool", "windowminimize", "--sync", std::to_string(minimised->window())}, options);
+    ASSERT_TRUE(minimise.waitForExit(std::chrono::seconds(10)).has_value());
+
+    QStringList offered;
+    QStringList seen;
+    ASSERT_TRUE(eventually([&] {
+        const std::optional<PickerListing> listing = listPickerWindows(display());
+        offered.clear();
+        seen.clear();
+        for (const PickerWindow &window :
+             listing ? listing->applicationWindows : std::vector<PickerWindow>{}) {
+            seen.append(window.title);
+            if (window.offered) {
+                offered.append(window.title);
+            }
+        }
+        offered.sort();
+        return offered == QStringList{"Normal", "Untyped"} && seen.contains("Utility") &&
+               seen.contains("Dock") && seen.contains(QString()) && !seen.contains("Minimised");
+    })) << "offered: "
+        << offered.join(", ").toStdString() << "; seen: " << seen.join(", ").toStdString();
+}
+
+TEST_F(WindowPicker, OverlayModeOffersTheShareWindowAlone)
+{
+    launch("overlay");
+    expectOnlyTheShareWindowOffered();
+}
+
+TEST_F(WindowPicker, DetachedModeOffersTheShareWindowAlone)
+{
+    launch("detached");
+    expectOnlyTheShareWindowOffered();
+}
+
+TEST_F(WindowPicker, OverlayModeWithACompositingManagerOffersTheShareWindowAlone)
+{
+    ASSERT_TRUE(m_server.startCompositor());
+    launch("overlay");
+    expectOnlyTheShareWindowOffered();
+}
+
+TEST_F(WindowPicker, DetachedModeWithACompositingManagerOffersTheShareWindowAlone)
+{
+    ASSERT_TRUE(m_server.startCompositor());
+    launch("detached");
+    expectOnlyTheShareWindowOffered();
+}
