@@ -107,7 +107,9 @@ TEST_F(SystemTrayWatcher, ATrayThatTakesOverFromAnotherReportsNothing)
 {
     std::unique_ptr<TrayHost> first = startTray();
     ASSERT_NE(first, nullptr);
-    ASSERT_TRUE(waitUntil([&] { return m_watcher->trayWindow() == first->window(); }));
+    // Present once the first has announced itself, not merely once it owns the selection.
+    ASSERT_TRUE(waitUntil([&] { return m_watcher->isTrayPresent(); }));
+    ASSERT_EQ(m_watcher->trayWindow(), first->window());
     // The second takes the selection; the first then ends (its selection is cleared).
     std::unique_ptr<TrayHost> second = startTray();
     ASSERT_NE(second, nullptr);
