@@ -2,6 +2,8 @@
 
 #include "model/RawEnum.h"
 
+#include <QString>
+
 namespace lookpane {
 
 enum class AnnotationTool
@@ -23,5 +25,24 @@ template <> struct RawEnumTable<AnnotationTool>
         {AnnotationTool::ellipse, "ellipse"},
     }};
 };
+
+// What the program calls a tool wherever it names one (toolbar tooltips, the settings
+// window): "Freehand", "Line", "Arrow", "Rectangle", "Ellipse".
+inline QString toolDisplayName(AnnotationTool tool)
+{
+    switch (tool) {
+    case AnnotationTool::freehand:
+        return QStringLiteral("Freehand");
+    case AnnotationTool::line:
+        return QStringLiteral("Line");
+    case AnnotationTool::arrow:
+        return QStringLiteral("Arrow");
+    case AnnotationTool::rectangle:
+        return QStringLiteral("Rectangle");
+    case AnnotationTool::ellipse:
+        return QStringLiteral("Ellipse");
+    }
+    return {};
+}
 
 } // namespace lookpane

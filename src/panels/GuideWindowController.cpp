@@ -29,8 +29,8 @@ const QString showOnLaunchKey = QStringLiteral("ShowGuideOnLaunch");
 constexpr int windowWidth = 460;
 constexpr int windowHeight = 580;
 
-// The window's parts are laid out from its bottom-left corner, y up, as the design draws
-// them; this gives the widget rectangle (top-left origin) for such a frame.
+// The window's parts are placed from its bottom-left corner, y up, like every other place in
+// Lookpane's geometry; this gives the widget rectangle (top-left origin) for such a frame.
 QRect fromBottomLeft(int x, int y, int width, int height)
 {
     return {x, windowHeight - y - height, width, height};

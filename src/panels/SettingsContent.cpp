@@ -42,23 +42,6 @@ QString actionLabel(ShortcutAction action)
     return {};
 }
 
-QString toolName(AnnotationTool tool)
-{
-    switch (tool) {
-    case AnnotationTool::freehand:
-        return QStringLiteral("Freehand");
-    case AnnotationTool::line:
-        return QStringLiteral("Line");
-    case AnnotationTool::arrow:
-        return QStringLiteral("Arrow");
-    case AnnotationTool::rectangle:
-        return QStringLiteral("Rectangle");
-    case AnnotationTool::ellipse:
-        return QStringLiteral("Ellipse");
-    }
-    return {};
-}
-
 QLabel *heading(const QString &text, QWidget *parent)
 {
     auto *label = new QLabel(text, parent);
@@ -158,7 +141,7 @@ SettingsControls buildSettingsContent(QWidget *window)
         column->setSpacing(toolColumnSpacing);
         auto *recorder = new ShortcutRecorderView(true, window);
         column->addWidget(recorder, 0, Qt::AlignLeft);
-        column->addWidget(smallLabel(toolName(tool), window), 0, Qt::AlignLeft);
+        column->addWidget(smallLabel(toolDisplayName(tool), window), 0, Qt::AlignLeft);
         toolRow->addLayout(column);
         controls.toolRecorders[tool] = recorder;
     }

@@ -2,23 +2,6 @@
 
 namespace lookpane {
 
-QString toolDisplayName(AnnotationTool tool)
-{
-    switch (tool) {
-    case AnnotationTool::freehand:
-        return QStringLiteral("Freehand");
-    case AnnotationTool::line:
-        return QStringLiteral("Line");
-    case AnnotationTool::arrow:
-        return QStringLiteral("Arrow");
-    case AnnotationTool::rectangle:
-        return QStringLiteral("Rectangle");
-    case AnnotationTool::ellipse:
-        return QStringLiteral("Ellipse");
-    }
-    return {};
-}
-
 QString colorDisplayName(AnnotationColor color)
 {
     switch (color) {

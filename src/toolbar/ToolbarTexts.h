@@ -7,9 +7,8 @@
 
 namespace lookpane {
 
-// What the toolbar calls the drawing tools and colours: "Freehand", "Line", "Arrow",
-// "Rectangle", "Ellipse"; "Red", "Yellow", "Green", "Blue", "White".
-QString toolDisplayName(AnnotationTool tool);
+// What the toolbar calls the colours: "Red", "Yellow", "Green", "Blue", "White" (the tools'
+// names are toolDisplayName's, model/AnnotationTool.h).
 QString colorDisplayName(AnnotationColor color);
 
 // A tool button's tooltip: the tool's name, followed by two blanks and the shortcut text in

@@ -4,6 +4,7 @@
 // launches that race each other.
 #include "ChildProcess.h"
 #include "Eventually.h"
+#include "LookpaneLaunch.h"
 #include "PatternWindow.h"
 #include "XReadback.h"
 #include "XvfbServer.h"
@@ -34,20 +35,16 @@ using namespace lookpane::testing;
 
 namespace {
 
+// Lookpane on the test's display with the test's settings folder. The settings file is left
+// as each test makes it (some make it unreadable on purpose), so the guide may open.
 ChildProcess::Options lookpaneEnvironment(const XvfbServer &server, const QTemporaryDir &config)
 {
-    ChildProcess::Options options;
-    options.environment["DISPLAY"] = server.displayName();
-    options.environment["QT_QPA_PLATFORM"] = "xcb";
-    options.environment["XDG_CONFIG_HOME"] = config.path().toStdString();
-    options.environment["LIBGL_ALWAYS_SOFTWARE"] = "1";
-    options.unset = {"WAYLAND_DISPLAY", "XAUTHORITY", "SESSION_MANAGER"};
-    return options;
+    return lookpane::testing::lookpaneEnvironment(server.displayName(), config.path());
 }
 
 QString settingsFile(const QTemporaryDir &config)
 {
-    return QDir(config.path()).filePath(QStringLiteral("Lookpane/Lookpane.conf"));
+    return lookpaneSettingsFile(config.path());
 }
 
 // Settings written before a launch; the guide stays closed, so that nothing but Lookpane's

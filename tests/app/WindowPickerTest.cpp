@@ -5,6 +5,7 @@
 #include "WindowPicker.h"
 #include "ChildProcess.h"
 #include "Eventually.h"
+#include "LookpaneLaunch.h"
 #include "PatternWindow.h"
 #include "XReadback.h"
 #include "XvfbServer.h"
@@ -66,19 +67,14 @@ protected:
     void launch(const char *mode)
     {
         QDir(m_config.path()).mkpath(QStringLiteral("Lookpane"));
+        keepGuideClosedAtLaunch(m_config.path());
         {
-            QSettings settings(QDir(m_config.path()).filePath("Lookpane/Lookpane.conf"),
-                               QSettings::NativeFormat);
+            QSettings settings(lookpaneSettingsFile(m_config.path()), QSettings::NativeFormat);
             settings.setValue(QStringLiteral("ShareMode"), QString::fromLatin1(mode));
         }
-        ChildProcess::Options options;
-        options.environment["DISPLAY"] = display();
-        options.environment["QT_QPA_PLATFORM"] = "xcb";
-        options.environment["XDG_CONFIG_HOME"] = m_config.path().toStdString();
-        options.environment["LIBGL_ALWAYS_SOFTWARE"] = "1";
-        options.unset = {"WAYLAND_DISPLAY", "XAUTHORITY", "SESSION_MANAGER"};
         m_lookpane =
-            std::make_unique<ChildProcess>(std::vector<std::string>{lookpaneExecutable()}, options);
+            std::make_unique<ChildProcess>(std::vector<std::string>{lookpaneExecutable()},
+                                           lookpaneEnvironment(display(), m_config.path()));
         ASSERT_TRUE(m_lookpane->isStarted());
         for (const char *role : {"frame", "share", "toolbar"}) {
             ASSERT_TRUE(waitForViewableRole(display(), QString::fromLatin1(role), 15000))

@@ -98,7 +98,7 @@ TEST(GuideDocument, EachParagraphIsSetInTheFontOfItsKind)
             EXPECT_EQ(font.family(), family) << "paragraph " << i + 1;
         }
     }
-    // The kinds' fonts as the design sets them.
+    // The title is bold at 18 pixels, the headings bold.
     EXPECT_EQ(charFormatsOf(blocks[0]).front().fontWeight(), QFont::Bold);
     EXPECT_EQ(charFormatsOf(blocks[0]).front().font().pixelSize(), 18);
     EXPECT_EQ(charFormatsOf(blocks[2]).front().fontWeight(), QFont::Bold);

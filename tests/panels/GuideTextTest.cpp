@@ -20,7 +20,7 @@ using Kind = GuideParagraphKind;
 
 namespace {
 
-const std::vector<Kind> designedKinds = {
+const std::vector<Kind> guideKinds = {
     Kind::title,    Kind::body,    Kind::heading, Kind::numbered, Kind::numbered, Kind::numbered,
     Kind::numbered, Kind::heading, Kind::body,    Kind::bullet,   Kind::bullet,   Kind::heading,
     Kind::body,     Kind::bullet,  Kind::bullet,  Kind::bullet,   Kind::heading,  Kind::body,
@@ -39,7 +39,7 @@ std::vector<Kind> kindsOf(const std::vector<GuideParagraph> &paragraphs)
     return kinds;
 }
 
-// Paragraph `n` as the design counts them, from 1.
+// Paragraph `n` of the guide, counted from 1.
 QString paragraph(bool trayAvailable, int n)
 {
     return guideParagraphs(trayAvailable).at(static_cast<std::size_t>(n - 1)).text;
@@ -64,7 +64,7 @@ TEST(GuideText, HasFortyOneParagraphsOfTheDesignedKindsInOrder)
     for (const bool tray : {true, false}) {
         const std::vector<GuideParagraph> paragraphs = guideParagraphs(tray);
         ASSERT_EQ(paragraphs.size(), 41u) << "tray " << tray;
-        EXPECT_EQ(kindsOf(paragraphs), designedKinds) << "tray " << tray;
+        EXPECT_EQ(kindsOf(paragraphs), guideKinds) << "tray " << tray;
     }
 }
 

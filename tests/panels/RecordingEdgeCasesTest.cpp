@@ -16,7 +16,7 @@ constexpr std::uint16_t kKeyCode = 40;
 
 } // namespace
 
-// The design's ⌃B is Super+B here (control is Super).
+// A global shortcut needs Ctrl, Alt or Super: Shift alone does not qualify.
 TEST_F(RecordingEdgeCases, AGlobalRecorderBeepsAtBAndAtShiftBAndAcceptsSuperB)
 {
     ASSERT_NO_FATAL_FAILURE(openWindow());
@@ -37,7 +37,7 @@ TEST_F(RecordingEdgeCases, AGlobalRecorderBeepsAtBAndAtShiftBAndAcceptsSuperB)
     EXPECT_EQ(bells.count(), 2);
 }
 
-// The design's ⌘P and ⌥P are Ctrl+P and Alt+P here.
+// A tool key may carry Shift, Alt or Super, never Ctrl.
 TEST_F(RecordingEdgeCases, AToolRecorderBeepsAtCtrlPAndAcceptsAltPWhichMatchesOnlyWithAlt)
 {
     ASSERT_NO_FATAL_FAILURE(openWindow());

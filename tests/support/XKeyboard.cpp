@@ -119,6 +119,20 @@ bool XKeyboard::grabKey(std::uint8_t keycode, std::uint16_t modifiers)
     return granted;
 }
 
+int XKeyboard::grabbedPresses()
+{
+    if (!m_connection) {
+        return m_grabbedPresses;
+    }
+    while (xcb_generic_event_t *event = xcb_poll_for_event(m_connection)) {
+        if ((event->response_type & 0x7F) == XCB_KEY_PRESS) {
+            ++m_grabbedPresses;
+        }
+        std::free(event);
+    }
+    return m_grabbedPresses;
+}
+
 void XKeyboard::ungrabKey(std::uint8_t keycode, std::uint16_t modifiers)
 {
     if (!m_connection) {

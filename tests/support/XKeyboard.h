@@ -68,6 +68,8 @@ public:
     // would; false when the server refuses (someone holds it: BadAccess).
     bool grabKey(std::uint8_t keycode, std::uint16_t modifiers);
     void ungrabKey(std::uint8_t keycode, std::uint16_t modifiers);
+    // The key presses the server has delivered to this connection's grabs so far.
+    int grabbedPresses();
 
 private:
     bool fake(std::uint8_t type, std::uint8_t keycode, std::uint32_t delayMs = 0);
@@ -80,6 +82,7 @@ private:
     std::unique_ptr<xcb_connection_t, Closer> m_owned;
     xcb_connection_t *m_connection = nullptr;
     xcb_window_t m_root = XCB_WINDOW_NONE;
+    int m_grabbedPresses = 0;
 };
 
 // The helper program that holds a key grab for the end-to-end tests (lookpane_key_grabber):

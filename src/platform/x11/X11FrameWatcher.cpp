@@ -2,7 +2,6 @@
 
 #include "platform/x11/ApplicationConnection.h"
 #include "platform/x11/PlatformX11Log.h"
-#include "platform/x11/XAtoms.h"
 #include "platform/x11/XReply.h"
 
 #include <QCoreApplication>
@@ -52,10 +51,6 @@ std::optional<QRegion> inputShape(xcb_connection_t *c, xcb_window_t window, int 
 
 X11FrameWatcher::X11FrameWatcher(QObject *parent) : QObject(parent)
 {
-    if (xcb_connection_t *connection = applicationConnection()) {
-        m_wmState = internAtom(connection, "WM_STATE");
-        m_frameExtents = internAtom(connection, "_NET_FRAME_EXTENTS");
-    }
     m_check.setSingleShot(true);
     connect(&m_check, &QTimer::timeout, this, &X11FrameWatcher::checkFrames);
     QCoreApplication::instance()->installNativeEventFilter(this);
@@ -79,27 +74,12 @@ bool X11FrameWatcher::nativeEventFilter(const QByteArray &eventType, void *messa
         return false;
     }
     const auto *event = static_cast<const xcb_generic_event_t *>(message);
-    xcb_window_t window = XCB_WINDOW_NONE;
-    switch (event->response_type & 0x7f) {
-    case XCB_REPARENT_NOTIFY: {
-        const auto *reparent = reinterpret_cast<const xcb_reparent_notify_event_t *>(event);
-        window = reparent->window;
-        qCDebug(lcPlatformX11, "window 0x%x now has parent 0x%x", window, reparent->parent);
-        break;
-    }
-    case XCB_PROPERTY_NOTIFY: {
-        // The window manager writes these once it has taken the window into its frame.
-        const auto *property = reinterpret_cast<const xcb_property_notify_event_t *>(event);
-        if (property->atom == XCB_ATOM_NONE ||
-            (property->atom != m_wmState && property->atom != m_frameExtents)) {
-            return false;
-        }
-        window = property->window;
-        break;
-    }
-    default:
+    if ((event->response_type & 0x7f) != XCB_REPARENT_NOTIFY) {
         return false;
     }
+    const auto *reparent = reinterpret_cast<const xcb_reparent_notify_event_t *>(event);
+    const xcb_window_t window = reparent->window;
+    qCDebug(lcPlatformX11, "window 0x%x now has parent 0x%x", window, reparent->parent);
     for (const QPointer<QWidget> &watched : m_windows) {
         const QWindow *handle = watched ? watched->windowHandle() : nullptr;
         if (handle && static_cast<xcb_window_t>(handle->winId()) == window) {

@@ -6,8 +6,6 @@
 #include <QPointer>
 #include <QTimer>
 
-#include <xcb/xproto.h>
-
 class QWidget;
 
 namespace lookpane::x11 {
@@ -50,8 +48,6 @@ private:
     void checkFrames();
 
     QList<QPointer<QWidget>> m_windows;
-    xcb_atom_t m_wmState = XCB_ATOM_NONE;
-    xcb_atom_t m_frameExtents = XCB_ATOM_NONE;
     QTimer m_check;
     int m_checksLeft = 0;
     int m_restartsLeft = 0;
