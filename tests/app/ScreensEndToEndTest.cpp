@@ -1,0 +1,220 @@
+// Lookpane on every monitor layout and scale factor, driven as a user drives it: the real
+// executable on private X servers whose RandR monitors are set with xrandr, Qt's scale settings
+// in its environment, and a picture of fine 1-pixel lines beneath the box. Each case checks
+// the share window against the region pixel for pixel (RMSE 0) and the box's place on the
+// screen, and prints a "[screens]" line with the figures.
+#include "ChildProcess.h"
+#include "Eventually.h"
+#include "ImageMetrics.h"
+#include "PatternWindow.h"
+#include "XInput.h"
+#include "XReadback.h"
+#include "XvfbServer.h"
+
+#include "model/RectText.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QSettings>
+#include <QTemporaryDir>
+
+#include <signal.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <optional>
+#include <sstream>
+
+using namespace lookpane;
+using namespace lookpane::testing;
+
+namespace {
+
+using Monitor = XvfbServer::Monitor;
+using Environment = std::map<std::string, std::string>;
+
+// The toolbar's grip: its left margin, half way down its 40-point height.
+constexpr QPoint toolbarGrip(4, 20);
+
+std::string text(const QRect &rect)
+{
+    std::ostringstream out;
+    out << rect.width() << "x" << rect.height() << "+" << rect.x() << "+" << rect.y();
+    return out.str();
+}
+
+// What a case measured, for the report and for failure messages.
+struct Mirror
+{
+    QRect frame; // the box, in root pixels
+    QRect share; // the share window, in root pixels
+    QSize picture;
+    double rmse = 1.0;
+
+    std::string describe() const
+    {
+        std::ostringstream out;
+        out << "box " << text(frame) << ", share window " << text(share) << ", picture "
+            << picture.width() << "x" << picture.height() << ", RMSE " << rmse;
+        return out.str();
+    }
+};
+
+class ScreensEndToEnd : public ::testing::Test
+{
+protected:
+    // A private server of `size` with `monitors`, openbox, and the line picture over it all.
+    void startServer(QSize size, std::vector<Monitor> monitors)
+    {
+        XvfbServer::Options options;
+        options.width = size.width();
+        options.height = size.height();
+        options.monitors = std::move(monitors);
+        m_server = std::make_unique<XvfbServer>(options);
+        ASSERT_TRUE(m_server->isRunning()) << "no Xvfb with those monitors";
+        ASSERT_TRUE(m_server->startWindowManager());
+        // Unmanaged, so that it lies exactly over the whole root, monitors or not.
+        PatternWindow::Options picture =
+            PatternWindow::at(QRect(QPoint(0, 0), size), Pattern::text, "Lines");
+        picture.overrideRedirect = true;
+        m_picture = std::make_unique<PatternWindow>(display(), picture);
+        ASSERT_TRUE(m_picture->isShown());
+    }
+
+    std::string display() const { return m_server->displayName(); }
+
+    QString settingsFile() const
+    {
+        return QDir(m_config.path()).filePath(QStringLiteral("Lookpane/Lookpane.conf"));
+    }
+
+    void store(const char *key, const char *value)
+    {
+        QDir(m_config.path()).mkpath(QStringLiteral("Lookpane"));
+        QSettings settings(settingsFile(), QSettings::NativeFormat);
+        settings.setValue(QString::fromLatin1(key), QString::fromLatin1(value));
+    }
+
+    std::optional<ScreenRect> saved(const char *key) const
+    {
+        const QSettings settings(settingsFile(), QSettings::NativeFormat);
+        const QVariant value = settings.value(QString::fromLatin1(key));
+        if (!value.isValid()) {
+            return std::nullopt;
+        }
+        return rectFromText(value.toString());
+    }
+
+    void launch(const Environment &environment = {})
+    {
+        ChildProcess::Options options;
+        options.environment = environment;
+        options.environment["DISPLAY"] = display();
+        options.environment["QT_QPA_PLATFORM"] = "xcb";
+        options.environment["XDG_CONFIG_HOME"] = m_config.path().toStdString();
+        options.environment["LIBGL_ALWAYS_SOFTWARE"] = "1";
+        options.unset = {"WAYLAND_DISPLAY",          "XAUTHORITY",
+                         "SESSION_MANAGER",          "QT_SCALE_FACTOR",
+                         "QT_SCREEN_SCALE_FACTORS",  "QT_AUTO_SCREEN_SCALE_FACTOR",
+                         "QT_ENABLE_HIGHDPI_SCALING"};
+        for (const auto &[name, value] : environment) {
+            std::erase(options.unset, name);
+        }
+        m_lookpane =
+            std::make_unique<ChildProcess>(std::vector<std::string>{lookpaneExecutable()}, options);
+        ASSERT_TRUE(m_lookpane->isStarted());
+    }
+
+    // Quits as the session would (SIGTERM) and waits for a clean exit, so the frames are saved.
+    void quit()
+    {
+        ASSERT_TRUE(m_lookpane);
+        m_lookpane->signal(SIGTERM);
+        const std::optional<int> status = m_lookpane->waitForExit(std::chrono::seconds(15));
+        ASSERT_TRUE(status && WIFEXITED(*status)) << "Lookpane did not exit cleanly";
+        EXPECT_EQ(WEXITSTATUS(*status), 0);
+        m_lookpane.reset();
+    }
+
+    WindowInfo role(const char *name) const
+    {
+        return waitForViewableRole(display(), QString::fromLatin1(name), 15000)
+            .value_or(WindowInfo{});
+    }
+
+    // The region's own pixels: the line picture at `rect` of the root.
+    QImage region(const QRect &rect) const
+    {
+        QImage expected(rect.size(), QImage::Format_RGB32);
+        for (int y = 0; y < rect.height(); ++y) {
+            auto *line = reinterpret_cast<QRgb *>(expected.scanLine(y));
+            for (int x = 0; x < rect.width(); ++x) {
+                line[x] = 0xFF000000u | m_picture->expectedPixel(rect.x() + x, rect.y() + y);
+            }
+        }
+        return expected;
+    }
+
+    // Waits until the box stands still at `frame` (when given) with the share window under it
+    // (overlay) and showing exactly the region beneath the box; what it measured in the end.
+    Mirror mirror(const std::string &label, std::optional<QRect> frame = std::nullopt)
+    {
+        Mirror measured;
+        const bool settled = eventually(
+            [&] {
+                const WindowInfo box = role("frame");
+                const WindowInfo share = role("share");
+                measured.frame = box.geometry;
+                measured.share = share.geometry;
+                if (frame && box.geometry != *frame) {
+                    return false;
+                }
+                if (share.geometry != box.geometry) {
+                    return false;
+                }
+                const QImage picture = grabWindow(display(), share.id);
+                measured.picture = picture.size();
+                measured.rmse = rootMeanSquareError(picture, region(box.geometry));
+                return picture.size() == box.geometry.size() && measured.rmse == 0.0;
+            },
+            20000);
+        std::printf("[screens] %s: %s\n", label.c_str(), measured.describe().c_str());
+        std::fflush(stdout);
+        EXPECT_TRUE(settled) << label << ": " << measured.describe();
+        return measured;
+    }
+
+    std::unique_ptr<XvfbServer> m_server;
+    std::unique_ptr<PatternWindow> m_picture;
+    QTemporaryDir m_config;
+    std::unique_ptr<ChildProcess> m_lookpane;
+};
+
+} // namespace
+
+// --- scale factors ------------------------------------------------------------------------
+
+TEST_F(ScreensEndToEnd, ScaleOneAndAQuarterFirstLaunchMirrorsPixelForPixel)
+{
+    startServer({1920, 1080}, {});
+    launch({{"QT_SCALE_FACTOR", "1.25"}});
+    // The screen is 1536 × 864 points; the box 800 × 450 points centred on it, 562.5 pixels
+    // high: Qt makes the window 563 rows, and the picture must have as many.
+    mirror("scale 1.25, first launch", QRect(460, 259, 1000, 563));
+    quit();
+    EXPECT_EQ(saved("FrameWindowFrame"), ScreenRect(368, 207, 800, 450));
+}
+
+TEST_F(ScreensEndToEnd, ScaleOneAndAHalfSavedFrameOnHalfPixelsMirrorsPixelForPixel)
+{
+    startServer({1920, 1080}, {});
+    // 267 points from the left edge is 400.5 pixels, 801 points 1201.5, 529 points 793.5.
+    store("FrameWindowFrame", "{{267, 95}, {801, 529}}");
+    launch({{"QT_SCALE_FACTOR", "1.5"}});
+    mirror("scale 1.5, saved frame on half pixels", QRect(401, 144, 1202, 794));
+    quit();
+    EXPECT_EQ(saved("FrameWindowFrame"), ScreenRect(267, 95, 801, 529));
+}
