@@ -26,12 +26,12 @@ namespace {
 
 QRect toQt(const ScreenRect &screenRect)
 {
-    return qtRectFromScreen(screenRect, primaryScreenHeight()).toRect();
+    return qtRectFromScreen(screenRect, primaryScreenGeometry()).toRect();
 }
 
 ScreenRect fromQt(const QRect &qtRect)
 {
-    return screenRectFromQt(QRectF(qtRect), primaryScreenHeight());
+    return screenRectFromQt(QRectF(qtRect), primaryScreenGeometry());
 }
 
 void fill(QWidget *content, QWidget *window)

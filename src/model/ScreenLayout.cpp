@@ -14,10 +14,11 @@ ScreenLayout currentScreenLayout()
     if (!primary) {
         return layout;
     }
-    const qreal height = primary->geometry().height();
+    layout.primaryGeometry = QRectF(primary->geometry());
     const auto add = [&](const QScreen *screen) {
-        layout.screens.push_back({screenRectFromQt(QRectF(screen->geometry()), height),
-                                  screenRectFromQt(QRectF(screen->availableGeometry()), height)});
+        layout.screens.push_back(
+            {screenRectFromQt(QRectF(screen->geometry()), layout.primaryGeometry),
+             screenRectFromQt(QRectF(screen->availableGeometry()), layout.primaryGeometry)});
     };
     // The primary screen comes first, as the window system counts screens.
     add(primary);

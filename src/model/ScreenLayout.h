@@ -2,6 +2,8 @@
 
 #include "model/ScreenRect.h"
 
+#include <QRectF>
+
 #include <functional>
 #include <optional>
 #include <vector>
@@ -22,6 +24,9 @@ struct ScreenLayout
     std::vector<Screen> screens;
     // Index of the main screen in `screens`; none when there is no screen.
     std::optional<std::size_t> mainIndex;
+    // The primary screen's geometry in Qt's global coordinates, which places the origin of the
+    // screen coordinates at its bottom-left corner (ScreenCoordinates.h). Empty without screens.
+    QRectF primaryGeometry;
 };
 
 using ScreenLayoutProvider = std::function<ScreenLayout()>;

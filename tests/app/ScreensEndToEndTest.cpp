@@ -218,3 +218,66 @@ TEST_F(ScreensEndToEnd, ScaleOneAndAHalfSavedFrameOnHalfPixelsMirrorsPixelForPix
     quit();
     EXPECT_EQ(saved("FrameWindowFrame"), ScreenRect(267, 95, 801, 529));
 }
+
+// --- monitor layouts ------------------------------------------------------------------------
+
+TEST_F(ScreensEndToEnd, PrimaryNotAtTheRootsTopLeftPlacesSavedFramesFromItsBottomLeft)
+{
+    // A 1920 × 1080 primary at +0+360 beside a 640 × 1440 monitor, on a 2560 × 1440 screen.
+    startServer({2560, 1440},
+                {{"A", QRect(0, 360, 1920, 1080), true}, {"B", QRect(1920, 0, 640, 1440), false}});
+    // The top edge (820) lies 260 below the primary's top (root y 360): root y 620.
+    store("FrameWindowFrame", "{{301, 420}, {600, 400}}");
+    launch();
+    const Mirror placed = mirror("primary at +0+360", QRect(301, 620, 600, 400));
+    quit();
+    EXPECT_EQ(saved("FrameWindowFrame"), ScreenRect(301, 420, 600, 400));
+    launch();
+    mirror("primary at +0+360, relaunched", placed.frame);
+}
+
+TEST_F(ScreensEndToEnd, PrimaryBelowAnotherMonitorSavesAndRestoresFramesOnBoth)
+{
+    startServer({1920, 2160}, {{"Upper", QRect(0, 0, 1920, 1080), false},
+                               {"Primary", QRect(0, 1080, 1920, 1080), true}});
+    // The first launch centres the box on the primary, the lower monitor: y up counts from its
+    // bottom, so the box is saved 315 points above it, not below.
+    launch();
+    mirror("primary below another, first launch", QRect(560, 1395, 800, 450));
+    quit();
+    EXPECT_EQ(saved("FrameWindowFrame"), ScreenRect(560, 315, 800, 450));
+    // A box on the upper monitor, saved by the same rule, is reachable and comes back there.
+    store("FrameWindowFrame", "{{560, 1395}, {800, 450}}");
+    launch();
+    mirror("primary below another, box on the upper monitor", QRect(560, 315, 800, 450));
+    quit();
+    EXPECT_EQ(saved("FrameWindowFrame"), ScreenRect(560, 1395, 800, 450));
+}
+
+TEST_F(ScreensEndToEnd, PrimaryAboveASmallerMonitorRestoresABoxBelowTheOrigin)
+{
+    // A 1280 × 1024 monitor below the 1920 × 1080 primary: boxes there have negative y.
+    startServer({1920, 2104}, {{"Primary", QRect(0, 0, 1920, 1080), true},
+                               {"Lower", QRect(0, 1080, 1280, 1024), false}});
+    store("FrameWindowFrame", "{{100, -900}, {800, 450}}");
+    launch();
+    const Mirror placed = mirror("primary above a smaller monitor", QRect(100, 1530, 800, 450));
+    quit();
+    EXPECT_EQ(saved("FrameWindowFrame"), ScreenRect(100, -900, 800, 450));
+    launch();
+    mirror("primary above a smaller monitor, relaunched", placed.frame);
+}
+
+TEST_F(ScreensEndToEnd, SideBySideMonitorsOfDifferentHeightsMirrorABoxAcrossBoth)
+{
+    startServer({3200, 1080}, {{"Primary", QRect(0, 0, 1920, 1080), true},
+                               {"Right", QRect(1920, 0, 1280, 1024), false}});
+    // Straddling the two monitors' shared edge.
+    store("FrameWindowFrame", "{{1600, 400}, {800, 450}}");
+    launch();
+    const Mirror placed = mirror("side by side, straddling", QRect(1600, 230, 800, 450));
+    quit();
+    EXPECT_EQ(saved("FrameWindowFrame"), ScreenRect(1600, 400, 800, 450));
+    launch();
+    mirror("side by side, straddling, relaunched", placed.frame);
+}
