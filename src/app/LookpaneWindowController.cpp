@@ -145,13 +145,8 @@ void LookpaneWindowController::connectToolbar()
     connect(toolbar, &Toolbar::toggleMode, this, [this] { setMode(toggled(m_mode)); });
     connect(toolbar, &Toolbar::toggleAlwaysOnTop, this, [this] { setAlwaysOnTop(!m_alwaysOnTop); });
     connect(toolbar, &Toolbar::hide, this, &LookpaneWindowController::hide);
-    connect(toolbar, &Toolbar::dragBegan, this,
-            [this] { m_toolbarDragStartFrame = contentRect(); });
-    connect(toolbar, &Toolbar::dragged, this, [this](ScreenOffset offset) {
-        if (m_toolbarDragStartFrame) {
-            WindowPair::moveTopLevel(frameWindow(), m_toolbarDragStartFrame->translated(offset));
-        }
-    });
+    connect(toolbar, &Toolbar::dragBegan, this, &LookpaneWindowController::beginToolbarDrag);
+    connect(toolbar, &Toolbar::dragged, this, &LookpaneWindowController::continueToolbarDrag);
 }
 
 void LookpaneWindowController::connectDrawingSession()
@@ -388,6 +383,29 @@ void LookpaneWindowController::setContentSize(const QSizeF &size, const ScreenRe
     followFrameChange();
 }
 
+// The box follows the pointer pixel for pixel: its corner moves by the pixels the pointer moved
+// since the press and is mapped to points once, by the screen that then holds the box. Adding up
+// offsets in points would make the box jump where the pointer passes onto a monitor of another
+// scale, since points are not continuous there.
+void LookpaneWindowController::beginToolbarDrag()
+{
+    m_toolbarDrag =
+        ToolbarDrag{m_windows->frameDevicePosition(), WindowPair::scaleOf(m_toolbar->window())};
+}
+
+void LookpaneWindowController::continueToolbarDrag(const ScreenOffset &offset)
+{
+    if (!m_toolbarDrag) {
+        return;
+    }
+    // Device pixels count downwards, the offset upwards.
+    const QPointF moved(offset.dx() * m_toolbarDrag->toolbarScale,
+                        -offset.dy() * m_toolbarDrag->toolbarScale);
+    const ScreenRect target =
+        m_windows->frameRectAtDevicePixel(QPointF(m_toolbarDrag->boxDevicePosition) + moved);
+    WindowPair::moveTopLevel(frameWindow(), target);
+}
+
 // What follows every change of the frame, in this order: the share window, the capture
 // region, the saved frame (not during a live resize), the detached window's shape, the toolbar.
 void LookpaneWindowController::followFrameChange()
@@ -399,6 +417,20 @@ void LookpaneWindowController::followFrameChange()
     }
     syncDetachedAspectRatio();
     positionToolbar();
+    reshapeForNewScale();
+}
+
+void LookpaneWindowController::reshapeForNewScale()
+{
+    // Shapes are set in device pixels: on a monitor of another scale the box's edge bands and
+    // outline are set again, or they would cover another part of the window there.
+    const double scale = WindowPair::scaleOf(frameWindow());
+    if (scale == m_shapedScale) {
+        return;
+    }
+    m_shapedScale = scale;
+    updateMouseInteraction();
+    applyOutlineShape();
 }
 
 void LookpaneWindowController::syncShareWindowFrame()
@@ -715,7 +747,7 @@ void LookpaneWindowController::handleLeftMouseUp()
 {
     // The end of any press in the application: a toolbar drag is over, and move mode (the
     // temporary grab of the box while click-through is on) ends with click-through back on.
-    m_toolbarDragStartFrame.reset();
+    m_toolbarDrag.reset();
     if (!m_moveMode) {
         return;
     }
@@ -733,7 +765,7 @@ void LookpaneWindowController::handleSystemWideLeftMouseUp()
     }
     // A press elsewhere ended: a toolbar drag is over, and move mode ends with the box
     // ignoring the mouse altogether; click-through is deliberately not turned back on here.
-    m_toolbarDragStartFrame.reset();
+    m_toolbarDrag.reset();
     if (!m_moveMode) {
         return;
     }

@@ -34,7 +34,7 @@ class WindowPair;
 namespace x11 {
 class X11FrameWatcher;
 class X11PointerReleaseMonitor;
-}
+} // namespace x11
 
 // Owns Lookpane's two windows and everything that happens to them: the frame window (the
 // box the user places over the region; never in the picture) and the share window (what the
@@ -136,6 +136,7 @@ private:
     void applyWindowLevels();
     void setContentSize(const QSizeF &size, const ScreenRect &reference);
     void followFrameChange();
+    void reshapeForNewScale();
     void syncShareWindowFrame();
     void syncDetachedAspectRatio();
     void positionDetachedShareWindow();
@@ -154,6 +155,8 @@ private:
     void saveDetachedFrame();
     std::optional<ScreenLayout::Screen> layoutScreenOfFrame() const;
     std::optional<ScreenRect> visibleFrameOfFrameScreen() const;
+    void beginToolbarDrag();
+    void continueToolbarDrag(const ScreenOffset &offset);
     void handleLeftMouseUp();
     void handleSystemWideLeftMouseUp();
 
@@ -174,9 +177,18 @@ private:
     bool m_liveResizing = false;
     bool m_framePassesInteriorClicks = false;
     bool m_frameIgnoresMouse = false;
+    // The scale of the box's screen when its shapes were last set from a move.
+    double m_shapedScale = 0;
     // The newest picture, for the frame's own view when it starts showing pictures again.
     CapturedFrame m_latestFrame;
-    std::optional<ScreenRect> m_toolbarDragStartFrame;
+    // A toolbar drag under way: where the box's corner was in device pixels at its start, and
+    // the scale of the toolbar's screen then, in whose points the toolbar measures the drag.
+    struct ToolbarDrag
+    {
+        QPoint boxDevicePosition;
+        double toolbarScale = 1.0;
+    };
+    std::optional<ToolbarDrag> m_toolbarDrag;
 
     std::unique_ptr<FrameToolbarWindowController> m_toolbar;
     std::unique_ptr<WindowPair> m_windows;

@@ -76,12 +76,19 @@ protected:
         m_server = std::make_unique<XvfbServer>(options);
         ASSERT_TRUE(m_server->isRunning()) << "no Xvfb with those monitors";
         ASSERT_TRUE(m_server->startWindowManager());
-        // Unmanaged, so that it lies exactly over the whole root, monitors or not.
+        // A desktop window of another program over the whole root (monitors or not): the
+        // window manager leaves it where it asks to be, without decorations, below every other
+        // window. (An ordinary window of the screen's size would be taken for a full-screen one
+        // and kept above Lookpane's windows.)
         PatternWindow::Options picture =
             PatternWindow::at(QRect(QPoint(0, 0), size), Pattern::text, "Lines");
-        picture.overrideRedirect = true;
+        picture.windowType = "DESKTOP";
         m_picture = std::make_unique<PatternWindow>(display(), picture);
         ASSERT_TRUE(m_picture->isShown());
+        ASSERT_TRUE(eventually([&] {
+            const std::optional<WindowInfo> placed = windowInfo(display(), m_picture->window());
+            return placed && placed->geometry == QRect(QPoint(0, 0), size);
+        })) << "the window manager did not leave the picture over the whole screen";
     }
 
     std::string display() const { return m_server->displayName(); }
@@ -280,4 +287,42 @@ TEST_F(ScreensEndToEnd, SideBySideMonitorsOfDifferentHeightsMirrorABoxAcrossBoth
     EXPECT_EQ(saved("FrameWindowFrame"), ScreenRect(1600, 400, 800, 450));
     launch();
     mirror("side by side, straddling, relaunched", placed.frame);
+}
+
+// --- dragging -------------------------------------------------------------------------------
+
+TEST_F(ScreensEndToEnd, DragAcrossMonitorsOfDifferentScalesFollowsThePointerWithoutAJump)
+{
+    // Two 1920 × 1080 monitors side by side; the right one shows two pixels per point.
+    startServer({3840, 1080},
+                {{"A", QRect(0, 0, 1920, 1080), true}, {"B", QRect(1920, 0, 1920, 1080), false}});
+    const Environment scales{{"QT_SCREEN_SCALE_FACTORS", "A=1;B=2"}};
+    store("FrameWindowFrame", "{{100, 530}, {800, 450}}");
+    launch(scales);
+    mirror("scales A=1 B=2, box on A", QRect(100, 100, 800, 450));
+
+    // The toolbar dragged 1900 pixels to the right: the box's corner moves those 1900 pixels
+    // with the pointer and no other way, and on B its 800 × 450 points are 1600 × 900 pixels.
+    const WindowInfo toolbar = role("toolbar");
+    const QPoint grip = toolbar.geometry.topLeft() + toolbarGrip;
+    ASSERT_TRUE(dragFromTo(display(), grip, grip + QPoint(1900, 0)));
+    mirror("scales A=1 B=2, toolbar dragged onto B", QRect(2000, 100, 1600, 900));
+
+    // The box's own edge band drags it back the same 1900 pixels onto A.
+    const QPoint band(2000 + 16, 100 + 450);
+    ASSERT_TRUE(dragFromTo(display(), band, band - QPoint(1900, 0)));
+    mirror("scales A=1 B=2, box dragged back onto A by its edge", QRect(100, 100, 800, 450));
+
+    // Dragged onto B again, saved there in points, and back there after a relaunch at its
+    // full size.
+    const WindowInfo again = role("toolbar");
+    const QPoint grip2 = again.geometry.topLeft() + toolbarGrip;
+    ASSERT_TRUE(dragFromTo(display(), grip2, grip2 + QPoint(1900, 0)));
+    mirror("scales A=1 B=2, toolbar dragged onto B again", QRect(2000, 100, 1600, 900));
+    quit();
+    // 1920 + (2000 - 1920) / 2 = 1960 points across; 50 points down from the top of B, whose
+    // top is the primary's: 1080 - 50 - 450 = 580 up.
+    EXPECT_EQ(saved("FrameWindowFrame"), ScreenRect(1960, 580, 800, 450));
+    launch(scales);
+    mirror("scales A=1 B=2, relaunched on B", QRect(2000, 100, 1600, 900));
 }
