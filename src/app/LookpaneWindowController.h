@@ -23,6 +23,7 @@ class QScreen;
 namespace lookpane {
 
 class ApplicationEventTap;
+class ScreenWatcher;
 class BorderlessWindow;
 class DrawingSession;
 class FrameToolbarWindowController;
@@ -155,6 +156,16 @@ private:
     void saveDetachedFrame();
     std::optional<ScreenLayout::Screen> layoutScreenOfFrame() const;
     std::optional<ScreenRect> visibleFrameOfFrameScreen() const;
+    ScreenLayout layout() const;
+    // The screens as a window at `rect` sees them (seenFrom): by the screen that holds its
+    // centre, else by the box's current screen.
+    ScreenLayout layoutAround(const ScreenRect &rect) const;
+    // `rect`, a saved place of `what`, kept on the screens, with a message when it had to be.
+    ScreenRect placedOnScreens(const ScreenRect &rect, const QString &what) const;
+    void limitWindowSizes();
+    void keepFrameOnScreens();
+    void keepShareWindowOnScreens();
+    void screensChanged();
     void beginToolbarDrag();
     void continueToolbarDrag(const ScreenOffset &offset);
     void handleLeftMouseUp();
@@ -197,6 +208,7 @@ private:
     // Releases of the left button in other applications; none without XInput 2.2.
     std::unique_ptr<x11::X11PointerReleaseMonitor> m_pointerReleaseMonitor;
     std::unique_ptr<x11::X11FrameWatcher> m_frameWatcher;
+    std::unique_ptr<ScreenWatcher> m_screenWatcher;
 };
 
 } // namespace lookpane

@@ -16,6 +16,7 @@
 #include <gtest/gtest.h>
 
 #include <QDir>
+#include <QFile>
 #include <QSettings>
 #include <QTemporaryDir>
 
@@ -23,6 +24,7 @@
 #include <sys/wait.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <memory>
 #include <optional>
@@ -130,6 +132,7 @@ protected:
         for (const auto &[name, value] : environment) {
             std::erase(options.unset, name);
         }
+        options.stderrPath = errorsFile().toStdString();
         m_lookpane =
             std::make_unique<ChildProcess>(std::vector<std::string>{lookpaneExecutable()}, options);
         ASSERT_TRUE(m_lookpane->isStarted());
@@ -144,6 +147,42 @@ protected:
         ASSERT_TRUE(status && WIFEXITED(*status)) << "Lookpane did not exit cleanly";
         EXPECT_EQ(WEXITSTATUS(*status), 0);
         m_lookpane.reset();
+    }
+
+    QString errorsFile() const { return QDir(m_config.path()).filePath(QStringLiteral("errors")); }
+
+    // What Lookpane wrote to standard error (its warnings) since it was launched.
+    QString errors() const
+    {
+        QFile file(errorsFile());
+        return file.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(file.readAll()) : QString();
+    }
+
+    // Lookpane's resident memory in megabytes; -1 when it cannot be read.
+    double residentMegabytes() const
+    {
+        QFile status(QStringLiteral("/proc/%1/status").arg(m_lookpane->pid()));
+        if (!status.open(QIODevice::ReadOnly)) {
+            return -1;
+        }
+        for (const QByteArray &line : status.readAll().split('\n')) {
+            if (line.startsWith("VmRSS:")) {
+                return line.mid(6).trimmed().split(' ').value(0).toDouble() / 1024.0;
+            }
+        }
+        return -1;
+    }
+
+    // Waits until the toolbar lies centred under the box, as it follows it.
+    void expectToolbarUnder(const QRect &frame, const std::string &label) const
+    {
+        WindowInfo toolbar;
+        EXPECT_TRUE(eventually([&] {
+            toolbar = role("toolbar");
+            return toolbar.viewable && toolbar.geometry.top() >= frame.top() + frame.height() &&
+                   std::abs(toolbar.geometry.center().x() - frame.center().x()) <= 1;
+        })) << label
+            << ": the toolbar is at " << text(toolbar.geometry) << ", the box at " << text(frame);
     }
 
     WindowInfo role(const char *name) const
@@ -325,4 +364,182 @@ TEST_F(ScreensEndToEnd, DragAcrossMonitorsOfDifferentScalesFollowsThePointerWith
     EXPECT_EQ(saved("FrameWindowFrame"), ScreenRect(1960, 580, 800, 450));
     launch(scales);
     mirror("scales A=1 B=2, relaunched on B", QRect(2000, 100, 1600, 900));
+}
+
+TEST_F(ScreensEndToEnd, ADragCannotPutTheBoxOffEveryScreen)
+{
+    startServer({1920, 1080}, {});
+    store("FrameWindowFrame", "{{560, 315}, {800, 450}}");
+    launch();
+    mirror("drag off screen, before", QRect(560, 315, 800, 450));
+    // The toolbar dragged into the top-right corner: the pointer moves 795 up and 1087 right,
+    // more than the box has room for; the box stops in the corner.
+    const WindowInfo toolbar = role("toolbar");
+    const QPoint grip = toolbar.geometry.topLeft() + toolbarGrip;
+    ASSERT_TRUE(dragFromTo(display(), grip, QPoint(1919, 0)));
+    mirror("drag off screen, toolbar into the top-right corner", QRect(1120, 0, 800, 450));
+    // The box's own edge band dragged into the bottom-left corner: it stops in that corner.
+    const QPoint band(1120 + 4, 225);
+    ASSERT_TRUE(dragFromTo(display(), band, QPoint(0, 1079)));
+    const Mirror corner =
+        mirror("drag off screen, edge band into the bottom-left corner", QRect(0, 630, 800, 450));
+    quit();
+    EXPECT_EQ(saved("FrameWindowFrame"), ScreenRect(0, 0, 800, 450));
+    launch();
+    mirror("drag off screen, relaunched", corner.frame);
+}
+
+// --- monitors that come and go --------------------------------------------------------------
+
+TEST_F(ScreensEndToEnd, AMonitorUnpluggedWhileRunningBringsTheBoxOntoTheOneThatStays)
+{
+    startServer({3200, 1080}, {{"Primary", QRect(0, 0, 1920, 1080), true},
+                               {"Right", QRect(1920, 0, 1280, 1024), false}});
+    store("FrameWindowFrame", "{{2200, 356}, {800, 450}}");
+    launch();
+    mirror("unplugged: box on the right-hand monitor", QRect(2200, 274, 800, 450));
+
+    // Unplugged: the box comes onto the primary, against its right edge, the capture goes on
+    // there and the toolbar follows.
+    ASSERT_TRUE(m_server->removeMonitor("Right"));
+    const Mirror kept =
+        mirror("unplugged: box brought onto the primary", QRect(1120, 274, 800, 450));
+    expectToolbarUnder(kept.frame, "unplugged");
+
+    // Plugged in again: the box stays where it is and goes on mirroring.
+    ASSERT_TRUE(m_server->addMonitor({"Right", QRect(1920, 0, 1280, 1024), false}));
+    mirror("plugged in again: box stays", kept.frame);
+    quit();
+    EXPECT_EQ(saved("FrameWindowFrame"), ScreenRect(1120, 356, 800, 450));
+    launch();
+    mirror("unplugged and plugged in again, relaunched", kept.frame);
+}
+
+TEST_F(ScreensEndToEnd, AMonitorUnpluggedUnderAStraddlingBoxLeavesItWhollyOnTheOtherOne)
+{
+    startServer({3200, 1080}, {{"Primary", QRect(0, 0, 1920, 1080), true},
+                               {"Right", QRect(1920, 0, 1280, 1024), false}});
+    store("FrameWindowFrame", "{{1600, 400}, {800, 450}}");
+    launch();
+    mirror("unplugged under a straddling box, before", QRect(1600, 230, 800, 450));
+    // The window manager leaves a window that is still partly on a screen where it is; Lookpane
+    // itself brings the box wholly onto the primary.
+    ASSERT_TRUE(m_server->removeMonitor("Right"));
+    const Mirror kept =
+        mirror("unplugged under a straddling box, after", QRect(1120, 230, 800, 450));
+    expectToolbarUnder(kept.frame, "unplugged under a straddling box");
+    quit();
+    EXPECT_EQ(saved("FrameWindowFrame"), ScreenRect(1120, 400, 800, 450));
+}
+
+TEST_F(ScreensEndToEnd, ADetachedShareWindowOnAMonitorThatGoesAwayIsBroughtBack)
+{
+    startServer({3200, 1080}, {{"Primary", QRect(0, 0, 1920, 1080), true},
+                               {"Right", QRect(1920, 0, 1280, 1024), false}});
+    store("ShareMode", "detached");
+    store("FrameWindowFrame", "{{200, 356}, {800, 450}}");
+    store("DetachedShareWindowFrame", "{{2300, 300}, {640, 360}}");
+    launch();
+    WindowInfo share;
+    ASSERT_TRUE(eventually([&] {
+        share = role("share");
+        return share.geometry == QRect(2300, 420, 640, 360);
+    })) << "the detached share window is at "
+        << text(share.geometry);
+
+    ASSERT_TRUE(m_server->removeMonitor("Right"));
+    EXPECT_TRUE(eventually([&] {
+        share = role("share");
+        return share.geometry == QRect(1280, 420, 640, 360);
+    })) << "the detached share window is at "
+        << text(share.geometry);
+    std::printf("[screens] detached, monitor unplugged: share window %s\n",
+                text(share.geometry).c_str());
+    // The capture goes on: the share window shows the region beneath the box (scaled to its
+    // size, so not pixel for pixel), not a blank picture.
+    const QRect box = role("frame").geometry;
+    const QImage expected =
+        region(box).scaled(share.geometry.size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    double rmse = 1;
+    EXPECT_TRUE(eventually([&] {
+        rmse = rootMeanSquareError(grabWindow(display(), share.id), expected);
+        return rmse < 0.2;
+    })) << "the share window does not show the region: RMSE "
+        << rmse;
+    quit();
+    EXPECT_EQ(saved("DetachedShareWindowFrame"), ScreenRect(1280, 300, 640, 360));
+}
+
+// --- frames that do not fit -----------------------------------------------------------------
+
+TEST_F(ScreensEndToEnd, ASavedFrameLargerThanTheScreenIsShrunkOntoItWithTheToolbarInSight)
+{
+    startServer({1280, 800}, {});
+    // A box saved on a 4K monitor, restored on a 1280 × 800 screen.
+    store("FrameWindowFrame", "{{0, 0}, {3840, 2160}}");
+    launch();
+    const Mirror shrunk = mirror("4K frame on 1280 x 800", QRect(0, 0, 1280, 720));
+    expectToolbarUnder(shrunk.frame, "4K frame on 1280 x 800");
+    const double megabytes = residentMegabytes();
+    std::printf("[screens] 4K frame on 1280 x 800: %.0f MB resident\n", megabytes);
+    EXPECT_LT(megabytes, 300.0);
+    quit();
+    EXPECT_EQ(saved("FrameWindowFrame"), ScreenRect(0, 80, 1280, 720));
+}
+
+TEST_F(ScreensEndToEnd, ACorruptHugeSavedFrameIsShrunkWithAMessage)
+{
+    startServer({1280, 800}, {});
+    store("FrameWindowFrame", "{{0, 0}, {40000, 30000}}");
+    launch();
+    // 800 / 30000 of it, 1066.67 × 800 points, pushed into the top-right corner.
+    mirror("40000 x 30000 frame on 1280 x 800", QRect(213, 0, 1067, 800));
+    const double megabytes = residentMegabytes();
+    std::printf("[screens] 40000 x 30000 frame on 1280 x 800: %.0f MB resident\n", megabytes);
+    EXPECT_LT(megabytes, 300.0);
+    EXPECT_TRUE(errors().contains(QStringLiteral("{{0, 0}, {40000, 30000}}")) &&
+                errors().contains(QStringLiteral("does not fit on the screens")))
+        << errors().toStdString();
+    quit();
+}
+
+// --- the scale matrix -----------------------------------------------------------------------
+
+TEST_F(ScreensEndToEnd, UniformScaleTwoMirrorsABoxStraddlingTwoMonitors)
+{
+    startServer({3840, 1080},
+                {{"A", QRect(0, 0, 1920, 1080), true}, {"B", QRect(1920, 0, 1920, 1080), false}});
+    const Environment scale{{"QT_SCALE_FACTOR", "2"}};
+    // 960 × 540 points per monitor; 400 × 200 points at (800, 100) on A reach 160 points (320
+    // pixels) onto B.
+    store("FrameWindowFrame", "{{800, 240}, {400, 200}}");
+    launch(scale);
+    const Mirror placed = mirror("scale 2, straddling", QRect(1600, 200, 800, 400));
+    quit();
+    // Its centre (pixel 2000) is on B, so Qt counts the window in B's points from then on: the
+    // same pixels, 1920 + (1600 - 1920) / 2 = 1760 points across.
+    EXPECT_EQ(saved("FrameWindowFrame"), ScreenRect(1760, 240, 400, 200));
+    launch(scale);
+    mirror("scale 2, straddling, relaunched", placed.frame);
+}
+
+TEST_F(ScreensEndToEnd, MixedFractionalScalesMirrorPixelForPixelOnEachMonitor)
+{
+    startServer({3840, 1080},
+                {{"A", QRect(0, 0, 1920, 1080), true}, {"B", QRect(1920, 0, 1920, 1080), false}});
+    const Environment scales{{"QT_SCREEN_SCALE_FACTORS", "A=1.25;B=1.5"}};
+    // On A (1536 × 864 points): 266 points in is 332.5 pixels, 802 wide 1002.5, 450 high 562.5.
+    store("FrameWindowFrame", "{{266, 150}, {802, 450}}");
+    launch(scales);
+    mirror("scales A=1.25 B=1.5, box on A", QRect(333, 330, 1003, 563));
+    quit();
+    // On B (1280 × 720 points from x 1920): 267 points in is 400.5 pixels, 801 × 529 points
+    // are 1201.5 × 793.5 pixels.
+    store("FrameWindowFrame", "{{2187, 240}, {801, 529}}");
+    launch(scales);
+    const Mirror onB = mirror("scales A=1.25 B=1.5, box on B", QRect(2321, 143, 1202, 794));
+    quit();
+    EXPECT_EQ(saved("FrameWindowFrame"), ScreenRect(2187, 240, 801, 529));
+    launch(scales);
+    mirror("scales A=1.25 B=1.5, box on B, relaunched", onB.frame);
 }

@@ -44,7 +44,11 @@ ChildProcess::ChildProcess(const std::vector<std::string> &argv, Options options
         } else if (options.quiet) {
             dup2(devNull, STDOUT_FILENO);
         }
-        if (options.quiet) {
+        if (!options.stderrPath.empty()) {
+            const int errors =
+                open(options.stderrPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+            dup2(errors >= 0 ? errors : devNull, STDERR_FILENO);
+        } else if (options.quiet) {
             dup2(devNull, STDERR_FILENO);
         }
         dup2(devNull, STDIN_FILENO);

@@ -23,6 +23,8 @@ public:
         std::vector<std::string> unset;
         bool captureStdout = false;
         bool quiet = true; // stdout (when not captured) and stderr to /dev/null
+        // When not empty, standard error goes to this file (created or truncated) instead.
+        std::string stderrPath;
     };
 
     ChildProcess(const std::vector<std::string> &argv, Options options);
