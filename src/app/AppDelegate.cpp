@@ -509,7 +509,7 @@ std::optional<CaptureDisplay> AppDelegate::captureDisplay(QScreen *screen) const
         m_backend ? m_backend->displayIDForScreen(*screen) : std::nullopt;
     CaptureDisplay display;
     display.id = displayIDForScreen(screenID, mainID.value_or(0));
-    display.frame = screenRectFromQt(QRectF(screen->geometry()), primaryScreenHeight());
+    display.frame = screenRectFromQt(QRectF(screen->geometry()), primaryScreenGeometry());
     display.backingScaleFactor = screen->devicePixelRatio();
     return display;
 }

@@ -9,8 +9,11 @@
 #include "frame/FrameGeometry.h"
 #include "frame/PreviewView.h"
 #include "frame/ScopeBorderView.h"
+#include "frame/ScreenWatcher.h"
 #include "model/Preferences.h"
 #include "platform/x11/CompositingManagerWatcher.h"
+#include "model/RectText.h"
+#include "model/ScreenCoordinates.h"
 #include "platform/x11/X11DesktopHints.h"
 #include "platform/x11/X11FrameWatcher.h"
 #include "platform/x11/X11PointerReleaseMonitor.h"
@@ -52,7 +55,9 @@ LookpaneWindowController::LookpaneWindowController(Preferences &preferences,
     m_alwaysOnTop = m_preferences.boolValue(alwaysOnTopKey);
     m_clickThrough = m_preferences.boolValue(clickThroughKey);
 
-    m_windows = std::make_unique<WindowPair>(contentRect, m_alwaysOnTop);
+    m_windows = std::make_unique<WindowPair>(
+        placedOnScreens(contentRect, QStringLiteral("the frame")), m_alwaysOnTop);
+    limitWindowSizes();
     m_drawing = std::make_unique<DrawingSession>(m_windows->frameWindow(), *m_toolShortcuts);
     connectWindows();
     connectDrawingSession();
@@ -110,6 +115,10 @@ LookpaneWindowController::LookpaneWindowController(Preferences &preferences,
                 applyOutlineShape();
                 frameWindow()->update();
             });
+    // Monitors that come, go or change while Lookpane runs: the windows are kept on them.
+    m_screenWatcher = std::make_unique<ScreenWatcher>();
+    connect(m_screenWatcher.get(), &ScreenWatcher::screensChanged, this,
+            &LookpaneWindowController::screensChanged);
     applyRatioToWindow();
     applyMode();
 }
@@ -158,13 +167,8 @@ void LookpaneWindowController::connectToolbar()
     connect(toolbar, &Toolbar::toggleMode, this, [this] { setMode(toggled(m_mode)); });
     connect(toolbar, &Toolbar::toggleAlwaysOnTop, this, [this] { setAlwaysOnTop(!m_alwaysOnTop); });
     connect(toolbar, &Toolbar::hide, this, &LookpaneWindowController::hide);
-    connect(toolbar, &Toolbar::dragBegan, this,
-            [this] { m_toolbarDragStartFrame = contentRect(); });
-    connect(toolbar, &Toolbar::dragged, this, [this](ScreenOffset offset) {
-        if (m_toolbarDragStartFrame) {
-            WindowPair::moveTopLevel(frameWindow(), m_toolbarDragStartFrame->translated(offset));
-        }
-    });
+    connect(toolbar, &Toolbar::dragBegan, this, &LookpaneWindowController::beginToolbarDrag);
+    connect(toolbar, &Toolbar::dragged, this, &LookpaneWindowController::continueToolbarDrag);
 }
 
 void LookpaneWindowController::connectDrawingSession()
@@ -401,10 +405,39 @@ void LookpaneWindowController::setContentSize(const QSizeF &size, const ScreenRe
     followFrameChange();
 }
 
+// The box follows the pointer pixel for pixel: its corner moves by the pixels the pointer moved
+// since the press and is mapped to points once, by the screen that then holds the box. Adding up
+// offsets in points would make the box jump where the pointer passes onto a monitor of another
+// scale, since points are not continuous there.
+void LookpaneWindowController::beginToolbarDrag()
+{
+    m_toolbarDrag =
+        ToolbarDrag{m_windows->frameDevicePosition(), WindowPair::scaleOf(m_toolbar->window())};
+}
+
+void LookpaneWindowController::continueToolbarDrag(const ScreenOffset &offset)
+{
+    if (!m_toolbarDrag) {
+        return;
+    }
+    // Device pixels count downwards, the offset upwards.
+    const QPointF moved(offset.dx() * m_toolbarDrag->toolbarScale,
+                        -offset.dy() * m_toolbarDrag->toolbarScale);
+    const ScreenRect target =
+        m_windows->frameRectAtDevicePixel(QPointF(m_toolbarDrag->boxDevicePosition) + moved);
+    WindowPair::moveTopLevel(frameWindow(),
+                             FrameGeometry::keptOnScreens(target, layoutAround(target)));
+}
+
 // What follows every change of the frame, in this order: the share window, the capture
 // region, the saved frame (not during a live resize), the detached window's shape, the toolbar.
 void LookpaneWindowController::followFrameChange()
 {
+    // Wherever the move came from (a drag by the box's edge, the window manager, a program's
+    // request), the box stays on the screens; a live resize is kept there when it ends.
+    if (!m_liveResizing) {
+        keepFrameOnScreens();
+    }
     syncShareWindowFrame();
     notifyFrameChanged();
     if (!m_liveResizing) {
@@ -412,6 +445,20 @@ void LookpaneWindowController::followFrameChange()
     }
     syncDetachedAspectRatio();
     positionToolbar();
+    reshapeForNewScale();
+}
+
+void LookpaneWindowController::reshapeForNewScale()
+{
+    // Shapes are set in device pixels: on a monitor of another scale the box's edge bands and
+    // outline are set again, or they would cover another part of the window there.
+    const double scale = WindowPair::scaleOf(frameWindow());
+    if (scale == m_shapedScale) {
+        return;
+    }
+    m_shapedScale = scale;
+    updateMouseInteraction();
+    applyOutlineShape();
 }
 
 void LookpaneWindowController::syncShareWindowFrame()
@@ -443,7 +490,7 @@ void LookpaneWindowController::syncDetachedAspectRatio()
 void LookpaneWindowController::positionDetachedShareWindow()
 {
     if (const std::optional<ScreenRect> saved = m_framePreferences.restoredDetachedFrame()) {
-        m_windows->setShareWindowRect(*saved);
+        m_windows->setShareWindowRect(placedOnScreens(*saved, QStringLiteral("the share window")));
         return;
     }
     m_windows->setShareWindowRect(FrameGeometry::detachedShareFrame(
@@ -533,8 +580,104 @@ void LookpaneWindowController::frameLiveResizeEnded()
 void LookpaneWindowController::shareWindowMovedOrResized()
 {
     if (m_mode == ShareMode::detached && shareWindow()->isVisible()) {
+        keepShareWindowOnScreens();
         saveDetachedFrame();
     }
+}
+
+// --- screens --------------------------------------------------------------------------------
+
+ScreenLayout LookpaneWindowController::layout() const
+{
+    return m_screens ? m_screens() : ScreenLayout{};
+}
+
+ScreenLayout LookpaneWindowController::layoutAround(const ScreenRect &rect) const
+{
+    // Qt maps a window by the screen that holds its centre, and keeps its current screen when
+    // none does (a centre in the gap that a uniform scale leaves between two monitors' points).
+    const ScreenLayout screens = layout();
+    for (std::size_t index = 0; index < screens.screens.size(); ++index) {
+        if (screens.screens[index].frame.contains(rect.center())) {
+            return seenFrom(screens, index);
+        }
+    }
+    if (m_windows) {
+        if (const QScreen *current = frameWindow()->screen()) {
+            const ScreenRect frame =
+                screenRectFromQt(QRectF(current->geometry()), screens.primaryGeometry);
+            for (std::size_t index = 0; index < screens.screens.size(); ++index) {
+                if (screens.screens[index].frame == frame) {
+                    return seenFrom(screens, index);
+                }
+            }
+        }
+    }
+    // A window not made yet starts on the primary screen.
+    return screens.mainIndex ? seenFrom(screens, *screens.mainIndex) : screens;
+}
+
+ScreenRect LookpaneWindowController::placedOnScreens(const ScreenRect &rect,
+                                                     const QString &what) const
+{
+    const ScreenRect kept = FrameGeometry::keptOnScreens(rect, layoutAround(rect));
+    if (kept.size() != rect.size()) {
+        qCWarning(lcApp,
+                  "Lookpane: the saved place of %s, %s, does not fit on the screens; "
+                  "it is shrunk to %s",
+                  qPrintable(what), qPrintable(rectToText(rect)), qPrintable(rectToText(kept)));
+    } else if (kept != rect) {
+        qCDebug(lcApp, "the saved place of %s, %s, is moved onto the screens: %s", qPrintable(what),
+                qPrintable(rectToText(rect)), qPrintable(rectToText(kept)));
+    }
+    return kept;
+}
+
+void LookpaneWindowController::limitWindowSizes()
+{
+    // Neither window needs more than the screens hold, whatever a setting or another program
+    // asks for; this bounds the pixels that the windows and the capture allocate.
+    const QSizeF bounds = FrameGeometry::screensBoundingSize(layout());
+    const QSize maximum = bounds.isEmpty()
+                              ? QSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX)
+                              : bounds.toSize().expandedTo(frameWindow()->minimumSize());
+    frameWindow()->setMaximumSize(maximum);
+    shareWindow()->setMaximumSize(maximum);
+}
+
+void LookpaneWindowController::keepFrameOnScreens()
+{
+    const ScreenRect rect = contentRect();
+    const ScreenRect kept = FrameGeometry::keptOnScreens(rect, layoutAround(rect));
+    if (kept != rect) {
+        m_windows->setContentRect(kept);
+    }
+}
+
+void LookpaneWindowController::keepShareWindowOnScreens()
+{
+    const ScreenRect rect = shareWindowRect();
+    const ScreenRect kept = FrameGeometry::keptOnScreens(rect, layoutAround(rect));
+    if (kept != rect) {
+        m_windows->setShareWindowRect(kept);
+    }
+}
+
+void LookpaneWindowController::screensChanged()
+{
+    // A monitor came, went or changed: both windows are brought onto the screens as they are
+    // now, the capture follows the box onto its (perhaps new) screen, the box's place is saved
+    // (in coordinates that change with the primary screen) and the toolbar follows.
+    limitWindowSizes();
+    if (m_mode == ShareMode::detached) {
+        keepShareWindowOnScreens();
+        if (shareWindow()->isVisible()) {
+            saveDetachedFrame();
+        }
+    }
+    followFrameChange();
+    updateMouseInteraction();
+    applyOutlineShape();
 }
 
 void LookpaneWindowController::saveFrames()
@@ -728,7 +871,7 @@ void LookpaneWindowController::handleLeftMouseUp()
 {
     // The end of any press in the application: a toolbar drag is over, and move mode (the
     // temporary grab of the box while click-through is on) ends with click-through back on.
-    m_toolbarDragStartFrame.reset();
+    m_toolbarDrag.reset();
     if (!m_moveMode) {
         return;
     }
@@ -746,7 +889,7 @@ void LookpaneWindowController::handleSystemWideLeftMouseUp()
     }
     // A press elsewhere ended: a toolbar drag is over, and move mode ends with the box
     // ignoring the mouse altogether; click-through is deliberately not turned back on here.
-    m_toolbarDragStartFrame.reset();
+    m_toolbarDrag.reset();
     if (!m_moveMode) {
         return;
     }

@@ -23,6 +23,7 @@ class QScreen;
 namespace lookpane {
 
 class ApplicationEventTap;
+class ScreenWatcher;
 class BorderlessWindow;
 class DrawingSession;
 class FrameToolbarWindowController;
@@ -137,6 +138,7 @@ private:
     void applyWindowLevels();
     void setContentSize(const QSizeF &size, const ScreenRect &reference);
     void followFrameChange();
+    void reshapeForNewScale();
     void syncShareWindowFrame();
     void syncDetachedAspectRatio();
     void positionDetachedShareWindow();
@@ -155,6 +157,18 @@ private:
     void saveDetachedFrame();
     std::optional<ScreenLayout::Screen> layoutScreenOfFrame() const;
     std::optional<ScreenRect> visibleFrameOfFrameScreen() const;
+    ScreenLayout layout() const;
+    // The screens as a window at `rect` sees them (seenFrom): by the screen that holds its
+    // centre, else by the box's current screen.
+    ScreenLayout layoutAround(const ScreenRect &rect) const;
+    // `rect`, a saved place of `what`, kept on the screens, with a message when it had to be.
+    ScreenRect placedOnScreens(const ScreenRect &rect, const QString &what) const;
+    void limitWindowSizes();
+    void keepFrameOnScreens();
+    void keepShareWindowOnScreens();
+    void screensChanged();
+    void beginToolbarDrag();
+    void continueToolbarDrag(const ScreenOffset &offset);
     void handleLeftMouseUp();
     void handleSystemWideLeftMouseUp();
 
@@ -175,9 +189,18 @@ private:
     bool m_liveResizing = false;
     bool m_framePassesInteriorClicks = false;
     bool m_frameIgnoresMouse = false;
+    // The scale of the box's screen when its shapes were last set from a move.
+    double m_shapedScale = 0;
     // The newest picture, for the frame's own view when it starts showing pictures again.
     CapturedFrame m_latestFrame;
-    std::optional<ScreenRect> m_toolbarDragStartFrame;
+    // A toolbar drag under way: where the box's corner was in device pixels at its start, and
+    // the scale of the toolbar's screen then, in whose points the toolbar measures the drag.
+    struct ToolbarDrag
+    {
+        QPoint boxDevicePosition;
+        double toolbarScale = 1.0;
+    };
+    std::optional<ToolbarDrag> m_toolbarDrag;
 
     std::unique_ptr<FrameToolbarWindowController> m_toolbar;
     std::unique_ptr<WindowPair> m_windows;
@@ -187,6 +210,7 @@ private:
     std::unique_ptr<x11::X11PointerReleaseMonitor> m_pointerReleaseMonitor;
     std::unique_ptr<x11::X11FrameWatcher> m_frameWatcher;
     std::unique_ptr<x11::CompositingManagerWatcher> m_compositingManager;
+    std::unique_ptr<ScreenWatcher> m_screenWatcher;
 };
 
 } // namespace lookpane

@@ -5,6 +5,7 @@
 #include "frame/FrameGeometry.h"
 #include "frame/PreviewView.h"
 #include "frame/ScopeBorderView.h"
+#include "model/DevicePixels.h"
 #include "model/ScreenCoordinates.h"
 #include "platform/x11/X11DesktopHints.h"
 #include "platform/x11/X11WindowTraits.h"
@@ -26,12 +27,12 @@ namespace {
 
 QRect toQt(const ScreenRect &screenRect)
 {
-    return qtRectFromScreen(screenRect, primaryScreenHeight()).toRect();
+    return qtRectFromScreen(screenRect, primaryScreenGeometry()).toRect();
 }
 
 ScreenRect fromQt(const QRect &qtRect)
 {
-    return screenRectFromQt(QRectF(qtRect), primaryScreenHeight());
+    return screenRectFromQt(QRectF(qtRect), primaryScreenGeometry());
 }
 
 void fill(QWidget *content, QWidget *window)
@@ -40,6 +41,15 @@ void fill(QWidget *content, QWidget *window)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     layout->addWidget(content);
+}
+
+std::optional<DeviceScreen> deviceScreenOf(const QWidget *window)
+{
+    const QScreen *screen = window->screen();
+    if (!screen) {
+        return std::nullopt;
+    }
+    return DeviceScreen{screen->geometry(), screen->devicePixelRatio()};
 }
 
 // Sets a top-level's stay-on-top flag without re-creating a shown window.
@@ -142,6 +152,27 @@ void WindowPair::setShareWindowRect(const ScreenRect &screenRect)
 void WindowPair::moveTopLevel(QWidget *window, const ScreenRect &screenRect)
 {
     window->move(toQt(screenRect).topLeft());
+}
+
+QPoint WindowPair::frameDevicePosition() const
+{
+    const QPoint corner = m_frameWindow->geometry().topLeft();
+    const std::optional<DeviceScreen> screen = deviceScreenOf(m_frameWindow.get());
+    return screen ? devicePixelPosition(corner, *screen) : corner;
+}
+
+ScreenRect WindowPair::frameRectAtDevicePixel(const QPointF &device) const
+{
+    const QSize size = m_frameWindow->size();
+    const QPoint corner = qtPositionForDevicePixel(device, size, currentDeviceScreens(),
+                                                   deviceScreenOf(m_frameWindow.get()));
+    return fromQt(QRect(corner, size));
+}
+
+double WindowPair::scaleOf(const QWidget *window)
+{
+    const std::optional<DeviceScreen> screen = deviceScreenOf(window);
+    return screen && screen->scale > 0 ? screen->scale : 1.0;
 }
 
 void WindowPair::putShareWindowUnderFrame()

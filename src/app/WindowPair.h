@@ -49,6 +49,13 @@ public:
     void setShareWindowRect(const ScreenRect &screenRect);
     // Puts any top-level window's top-left corner where `screenRect`'s is.
     static void moveTopLevel(QWidget *window, const ScreenRect &screenRect);
+    // Where the box's top-left corner lies in device pixels (root pixels on X11).
+    QPoint frameDevicePosition() const;
+    // The box's content rectangle, its size in points kept, placed so that Qt puts its top-left
+    // corner at `device` pixels (mapped once, by the screen that will hold the box).
+    ScreenRect frameRectAtDevicePixel(const QPointF &device) const;
+    // The device pixels per point of a top-level window's screen; 1 without one.
+    static double scaleOf(const QWidget *window);
     // Lays the share window exactly under the box (overlay mode).
     void putShareWindowUnderFrame();
 

@@ -178,12 +178,11 @@ void ScreenCaptureEngine::shareableWindows(std::function<void(std::vector<Sharea
                 done({});
                 return;
             }
-            // Window frames count down from the primary screen's top edge.
+            // Window frames come in Qt's coordinates; the primary screen's place there decides
+            // where they lie in screen coordinates.
             const ScreenLayout layout = m_screenLayout ? m_screenLayout() : ScreenLayout{};
-            const double topEdge =
-                layout.screens.empty() ? 0.0 : layout.screens.front().frame.maxY();
             done(makeShareableWindows(result.content->windows, QCoreApplication::applicationPid(),
-                                      topEdge));
+                                      layout.primaryGeometry));
         }));
 }
 

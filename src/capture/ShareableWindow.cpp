@@ -76,7 +76,8 @@ bool isOfferable(const ShareableWindowEntry &entry, std::int64_t ownProcessID)
 } // namespace
 
 std::vector<ShareableWindow> makeShareableWindows(const std::vector<ShareableWindowEntry> &entries,
-                                                  std::int64_t ownProcessID, double topEdge)
+                                                  std::int64_t ownProcessID,
+                                                  const QRectF &primaryGeometry)
 {
     std::vector<ShareableWindow> windows;
     for (const ShareableWindowEntry &entry : entries) {
@@ -89,7 +90,7 @@ std::vector<ShareableWindow> makeShareableWindows(const std::vector<ShareableWin
         if (window.title.isEmpty()) {
             window.title = window.applicationName;
         }
-        window.frame = screenRectFromQt(entry.frame, topEdge);
+        window.frame = screenRectFromQt(entry.frame, primaryGeometry);
         windows.push_back(std::move(window));
     }
 

@@ -37,10 +37,12 @@ inline constexpr double shareableWindowMinimumHeight = 120.0;
 // The offerable windows among `entries` (in the window system's order, frames with the origin
 // at the top-left of the primary screen, y down): ordinary windows (layer 0) of applications
 // other than `ownProcessID` and the desktop shell, at least 160 x 120 points. Frames are
-// flipped to y up about `topEdge` (the primary screen's top edge). Sorted by application name
+// converted to screen coordinates about `primaryGeometry`, the primary screen's geometry in
+// Qt's coordinates (ScreenCoordinates.h). Sorted by application name
 // and then title, both compared case-insensitively for the user's locale; application names
 // that differ only in case keep their incoming order.
 std::vector<ShareableWindow> makeShareableWindows(const std::vector<ShareableWindowEntry> &entries,
-                                                  std::int64_t ownProcessID, double topEdge);
+                                                  std::int64_t ownProcessID,
+                                                  const QRectF &primaryGeometry);
 
 } // namespace lookpane

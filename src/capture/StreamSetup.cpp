@@ -1,6 +1,7 @@
 #include "capture/StreamSetup.h"
 
 #include "capture/FatalError.h"
+#include "model/DevicePixels.h"
 #include "model/ScreenCoordinates.h"
 
 #include <algorithm>
@@ -10,10 +11,12 @@ namespace lookpane {
 
 namespace {
 
-// The frame's extent in pixels: truncated towards zero, never below 2.
+// The frame's extent in pixels, never below 2: the device pixels that the region covers, by
+// the same rule that sizes the share window (rounded, halves up), so that a frame is exactly as
+// large as the window that shows it.
 std::int64_t pixelCount(double points, double scale, const char *dimension)
 {
-    const double pixels = scale * std::max(2.0, points);
+    const double pixels = devicePixelDistance(std::max(2.0, points), scale);
     // 2^63: the first value that no longer fits in a signed 64-bit integer.
     constexpr double limit = 9223372036854775808.0;
     if (!std::isfinite(pixels) || pixels >= limit || pixels < -limit) {
@@ -21,7 +24,7 @@ std::int64_t pixelCount(double points, double scale, const char *dimension)
                        .arg(QLatin1String(dimension))
                        .arg(pixels));
     }
-    return std::max<std::int64_t>(2, static_cast<std::int64_t>(std::trunc(pixels)));
+    return std::max<std::int64_t>(2, static_cast<std::int64_t>(pixels));
 }
 
 } // namespace

@@ -25,10 +25,10 @@ std::optional<ContentFilter> makeFilter(const ShareableContent &content,
                                         std::int64_t ownProcessID);
 
 // The stream configuration that captures `frame` (global coordinates, points, origin
-// bottom-left) from `display`: frames of the rectangle's size in the display's pixels (at
-// least 2 x 2), the source rectangle relative to the display's top-left corner, at most 60
-// frames a second, a queue of 2, no cursor, opaque. A pixel size that is not finite or does
-// not fit in 64 bits stops the program.
+// bottom-left) from `display`: frames of the rectangle's size in the display's pixels, rounded
+// as Qt rounds a window's size (DevicePixels.h) and at least 2 x 2, the source rectangle relative
+// to the display's top-left corner, at most 60 frames a second, a queue of 2, no cursor, opaque. A
+// pixel size that is not finite or does not fit in 64 bits stops the program.
 StreamConfiguration makeConfiguration(const ScreenRect &frame, const CaptureDisplay &display);
 
 // Whether a sample carries a complete frame: only the status `complete` counts; idle, blank,

@@ -1,9 +1,11 @@
 #include "frame/BorderlessWindow.h"
 
 #include "frame/EdgeResize.h"
+#include "model/DevicePixels.h"
 
 #include <QCloseEvent>
 #include <QMouseEvent>
+#include <QScreen>
 
 namespace lookpane {
 
@@ -24,8 +26,15 @@ void BorderlessWindow::mousePressEvent(QMouseEvent *event)
         QWidget::mousePressEvent(event);
         return;
     }
-    m_pressGlobal = event->globalPosition();
     m_startGeometry = geometry();
+    const std::vector<DeviceScreen> screens = currentDeviceScreens();
+    m_pressDevicePosition = devicePositionFromQt(event->globalPosition(), screens);
+    const QScreen *onScreen = screen();
+    const DeviceScreen own = onScreen
+                                 ? DeviceScreen{onScreen->geometry(), onScreen->devicePixelRatio()}
+                                 : DeviceScreen{};
+    m_startDevicePosition = devicePixelPosition(m_startGeometry.topLeft(), own);
+    m_startScale = own.scale > 0 ? own.scale : 1.0;
     m_edges = resizeEdgesAt(event->position());
     if (m_edges) {
         m_drag = Drag::resizing;
@@ -38,15 +47,31 @@ void BorderlessWindow::mousePressEvent(QMouseEvent *event)
 
 void BorderlessWindow::mouseMoveEvent(QMouseEvent *event)
 {
-    const QPointF delta = event->globalPosition() - m_pressGlobal;
     switch (m_drag) {
     case Drag::none:
         updateCursor(event->position());
         break;
-    case Drag::moving:
-        move(m_startGeometry.topLeft() + delta.toPoint());
+    case Drag::moving: {
+        // The corner moves by the pixels the pointer moved and is mapped to points once, by
+        // the screen that then holds the window: no jump where the pointer changes monitors.
+        const std::vector<DeviceScreen> screens = currentDeviceScreens();
+        const QPointF moved =
+            devicePositionFromQt(event->globalPosition(), screens) - m_pressDevicePosition;
+        const QScreen *onScreen = screen();
+        const std::optional<DeviceScreen> own =
+            onScreen
+                ? std::optional(DeviceScreen{onScreen->geometry(), onScreen->devicePixelRatio()})
+                : std::nullopt;
+        move(
+            qtPositionForDevicePixel(QPointF(m_startDevicePosition) + moved, size(), screens, own));
         break;
+    }
     case Drag::resizing: {
+        // The size changes by the pixels the pointer moved, in points of the window's screen.
+        const QPointF delta =
+            (devicePositionFromQt(event->globalPosition(), currentDeviceScreens()) -
+             m_pressDevicePosition) /
+            m_startScale;
         const QRectF next = EdgeResize::resized(QRectF(m_startGeometry), m_edges, delta, m_aspect,
                                                 QSizeF(minimumSize()));
         setGeometry(next.toRect());

@@ -64,7 +64,11 @@ private:
     bool m_resizable = true;
     Drag m_drag = Drag::none;
     Qt::Edges m_edges;
-    QPointF m_pressGlobal;
+    // Where the press was and where the window's corner was, in device pixels (continuous
+    // across monitors of different scales, unlike points), and the scale of its screen then.
+    QPointF m_pressDevicePosition;
+    QPoint m_startDevicePosition;
+    double m_startScale = 1.0;
     QRect m_startGeometry;
 };
 

@@ -23,6 +23,23 @@ inline constexpr QSizeF minimumContentSize{320, 180};
 ScreenRect constrained(const ScreenRect &rect, const std::optional<ScreenLayout::Screen> &screen,
                        const ScreenLayout &layout);
 
+// Whether every point of `rect` lies on some screen's visible frame (a rectangle straddling two
+// monitors does; one reaching into a gap between monitors of different sizes does not).
+bool liesOnScreens(const ScreenRect &rect, const ScreenLayout &layout);
+
+// `rect` kept within the screens: the rule for every place of the box that the screens may no
+// longer hold (a drag past the edges, a restored frame, monitors that came or went). A rectangle
+// that lies on the screens is left as it is. Otherwise each axis is clamped into the rectangle
+// that bounds the visible frames (a larger one then covers it), which keeps a drag along an outer
+// edge smooth; if that still leaves part of it off the screens, it is shrunk to the visible frame
+// of the screen holding most of it (the first that meets it, else the main screen), keeping its
+// shape and centre, and placed there by `constrained`. Without screens it is left as it is.
+ScreenRect keptOnScreens(const ScreenRect &rect, const ScreenLayout &layout);
+
+// The size of the rectangle that bounds all screens' frames: more than this no window of
+// Lookpane needs, whatever a setting says. Empty without screens.
+QSizeF screensBoundingSize(const ScreenLayout &layout);
+
 // The rectangle of `size` centred on `reference`'s centre.
 ScreenRect centred(const QSizeF &size, const ScreenRect &reference);
 

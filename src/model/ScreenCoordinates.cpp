@@ -5,28 +5,37 @@
 
 namespace lookpane {
 
-// y_up = primaryHeight - (y_down + height), and back the same way: the flip is its own inverse.
+namespace {
 
-ScreenRect screenRectFromQt(const QRectF &qtRect, qreal primaryHeight)
+// The primary screen's bottom edge in Qt's coordinates: where y_up is 0.
+qreal bottomEdge(const QRectF &primary)
 {
-    return ScreenRect(qtRect.x(), primaryHeight - (qtRect.y() + qtRect.height()), qtRect.width(),
+    return primary.top() + primary.height();
+}
+
+} // namespace
+
+ScreenRect screenRectFromQt(const QRectF &qtRect, const QRectF &primary)
+{
+    return ScreenRect(qtRect.x() - primary.left(),
+                      bottomEdge(primary) - (qtRect.y() + qtRect.height()), qtRect.width(),
                       qtRect.height());
 }
 
-QRectF qtRectFromScreen(const ScreenRect &screenRect, qreal primaryHeight)
+QRectF qtRectFromScreen(const ScreenRect &screenRect, const QRectF &primary)
 {
-    return QRectF(screenRect.minX(), primaryHeight - screenRect.maxY(), screenRect.width(),
-                  screenRect.height());
+    return QRectF(screenRect.minX() + primary.left(), bottomEdge(primary) - screenRect.maxY(),
+                  screenRect.width(), screenRect.height());
 }
 
-ScreenPoint screenPointFromQt(const QPointF &qtPoint, qreal primaryHeight)
+ScreenPoint screenPointFromQt(const QPointF &qtPoint, const QRectF &primary)
 {
-    return ScreenPoint(qtPoint.x(), primaryHeight - qtPoint.y());
+    return ScreenPoint(qtPoint.x() - primary.left(), bottomEdge(primary) - qtPoint.y());
 }
 
-QPointF qtPointFromScreen(const ScreenPoint &screenPoint, qreal primaryHeight)
+QPointF qtPointFromScreen(const ScreenPoint &screenPoint, const QRectF &primary)
 {
-    return QPointF(screenPoint.x(), primaryHeight - screenPoint.y());
+    return QPointF(screenPoint.x() + primary.left(), bottomEdge(primary) - screenPoint.y());
 }
 
 ScreenOffset screenOffsetFromQt(const QPointF &qtOffset)
@@ -41,10 +50,10 @@ QRectF qtRectWithin(const ScreenRect &rect, const ScreenRect &container)
                   rect.height());
 }
 
-qreal primaryScreenHeight()
+QRectF primaryScreenGeometry()
 {
     const QScreen *primary = QGuiApplication::primaryScreen();
-    return primary ? primary->geometry().height() : 0.0;
+    return primary ? QRectF(primary->geometry()) : QRectF();
 }
 
 } // namespace lookpane

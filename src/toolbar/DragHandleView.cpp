@@ -1,8 +1,10 @@
 #include "toolbar/DragHandleView.h"
 
+#include "model/DevicePixels.h"
 #include "model/ScreenCoordinates.h"
 
 #include <QMouseEvent>
+#include <QScreen>
 
 namespace lookpane {
 
@@ -18,6 +20,9 @@ void DragHandleView::mousePressEvent(QMouseEvent *event)
         return;
     }
     m_dragOrigin = event->globalPosition();
+    m_pressDevicePosition = devicePositionFromQt(event->globalPosition(), currentDeviceScreens());
+    const QScreen *screen = window()->screen();
+    m_pressScale = screen && screen->devicePixelRatio() > 0 ? screen->devicePixelRatio() : 1.0;
     event->accept();
     Q_EMIT dragBegan();
 }
@@ -29,7 +34,8 @@ void DragHandleView::mouseMoveEvent(QMouseEvent *event)
         return;
     }
     event->accept();
-    Q_EMIT dragged(screenOffsetFromQt(event->globalPosition() - *m_dragOrigin));
+    const QPointF device = devicePositionFromQt(event->globalPosition(), currentDeviceScreens());
+    Q_EMIT dragged(screenOffsetFromQt((device - m_pressDevicePosition) / m_pressScale));
 }
 
 void DragHandleView::mouseReleaseEvent(QMouseEvent *event)

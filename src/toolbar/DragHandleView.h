@@ -13,6 +13,11 @@ namespace lookpane {
 // screen and reports `dragBegan`; each move reports the total offset since that press (not the
 // step since the last move), x to the right and y upwards; the release ends the drag. Presses
 // that a control takes never reach it.
+//
+// The offset is measured in device pixels, which run on continuously from one monitor to the
+// next, and given in points of the screen the toolbar was on at the press (pixels divided by
+// that screen's scale). Qt's global positions in points jump where the pointer passes onto a
+// monitor of another scale, so their difference is no drag.
 class DragHandleView : public QWidget
 {
     Q_OBJECT
@@ -25,7 +30,8 @@ public:
 
 Q_SIGNALS:
     void dragBegan();
-    // The total offset since the press, in points, x to the right and y upwards.
+    // The total offset since the press, in points of the screen of the press, x to the right
+    // and y upwards.
     void dragged(lookpane::ScreenOffset offset);
 
 protected:
@@ -35,6 +41,9 @@ protected:
 
 private:
     std::optional<QPointF> m_dragOrigin;
+    // Where the press was in device pixels, and the scale of the toolbar's screen then.
+    QPointF m_pressDevicePosition;
+    double m_pressScale = 1.0;
 };
 
 } // namespace lookpane

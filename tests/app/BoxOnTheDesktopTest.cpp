@@ -157,7 +157,7 @@ protected:
     std::unique_ptr<LookpaneWindowController> makeController(const QRect &qtRect)
     {
         return std::make_unique<LookpaneWindowController>(
-            *m_preferences, screenRectFromQt(QRectF(qtRect), primaryScreenHeight()));
+            *m_preferences, screenRectFromQt(QRectF(qtRect), primaryScreenGeometry()));
     }
 
     void showAndWait(LookpaneWindowController &controller)

@@ -126,7 +126,7 @@ protected:
     std::unique_ptr<LookpaneWindowController> makeController(const QRect &qtRect)
     {
         return std::make_unique<LookpaneWindowController>(
-            *m_preferences, screenRectFromQt(QRectF(qtRect), primaryScreenHeight()));
+            *m_preferences, screenRectFromQt(QRectF(qtRect), primaryScreenGeometry()));
     }
 
     void showAndWait(LookpaneWindowController &controller)
@@ -377,6 +377,50 @@ TEST_F(FrameController, DraggingTheToolbarMovesTheFrameAndTheShareWindowFollows)
         return rectFromText(stored(QStringLiteral("FrameWindowFrame"))) ==
                start.translated(ScreenOffset(100, 50));
     }));
+}
+
+TEST_F(FrameController, ADragOfTheToolbarPastTheScreensEdgeStopsTheBoxThere)
+{
+    // The test screen is 1920 × 1080 points.
+    auto controller = makeController(QRect(300, 300, 640, 360));
+    showAndWait(*controller);
+    Q_EMIT controller->toolbar()->dragBegan();
+    Q_EMIT controller->toolbar()->dragged(ScreenOffset(5000, -5000)); // far right and down
+    EXPECT_TRUE(waitUntil([&] {
+        return controller->frameWindow()->geometry() == QRect(1280, 720, 640, 360);
+    })) << "the box is at "
+        << controller->frameWindow()->geometry().x() << ","
+        << controller->frameWindow()->geometry().y();
+    EXPECT_EQ(controller->contentRect(), ScreenRect(1280, 0, 640, 360));
+    EXPECT_TRUE(waitUntil([&] {
+        return rectFromText(stored(QStringLiteral("FrameWindowFrame"))) ==
+               ScreenRect(1280, 0, 640, 360);
+    }));
+}
+
+TEST_F(FrameController, AFrameLargerThanTheScreensIsShrunkOntoThemWithAWarning)
+{
+    LoggedMessages log;
+    auto controller = makeController(QRect(-100, -100, 40000, 30000));
+    // 1080 / 30000 of it, keeping its shape, pushed into the screen.
+    EXPECT_EQ(controller->frameWindow()->size(), QSize(1440, 1080));
+    EXPECT_EQ(controller->contentRect().size(), QSizeF(1440, 1080));
+    EXPECT_TRUE(QRect(0, 0, 1920, 1080).contains(controller->frameWindow()->geometry()));
+    const std::vector<LoggedMessages::Message> warnings = log.ofType(QtWarningMsg);
+    ASSERT_EQ(warnings.size(), 1u);
+    EXPECT_TRUE(warnings.front().text.contains(QStringLiteral("{{-100, -28820}, {40000, 30000}}")))
+        << warnings.front().text.toStdString();
+    EXPECT_TRUE(warnings.front().text.contains(QStringLiteral("does not fit on the screens")));
+}
+
+TEST_F(FrameController, NoWindowGrowsBeyondTheScreens)
+{
+    auto controller = makeController(QRect(300, 300, 640, 360));
+    EXPECT_EQ(controller->frameWindow()->maximumSize(), QSize(1920, 1080));
+    EXPECT_EQ(controller->shareWindow()->maximumSize(), QSize(1920, 1080));
+    // Fit to Window with a window of another program far larger than the screen.
+    controller->snapTo(ScreenRect(0, 0, 30000, 20000));
+    EXPECT_EQ(controller->frameWindow()->size(), QSize(1920, 1080));
 }
 
 TEST_F(FrameController, MarksGoToBothViewsAndTheToolbarKnowsWhatCanBeUndone)

@@ -90,6 +90,7 @@ void EngineTest::SetUp()
         ScreenLayout screens;
         screens.screens.push_back({ScreenRect(0, 0, 1440, 900), ScreenRect(0, 0, 1440, 875)});
         screens.mainIndex = 0;
+        screens.primaryGeometry = QRectF(0, 0, 1440, 900);
         return screens;
     };
     engine = std::make_unique<ScreenCaptureEngine>(std::move(scripted), layout);

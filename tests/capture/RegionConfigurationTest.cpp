@@ -52,14 +52,30 @@ TEST(RegionConfigurationTest, SecondDisplaySourceRectIsNotClipped)
     EXPECT_EQ(configuration.height, 600);
 }
 
-TEST(RegionConfigurationTest, PixelSizesTruncateTowardsZeroWithoutRoundingToEven)
+TEST(RegionConfigurationTest, PixelSizesRoundAsTheShareWindowsSizeIsRounded)
 {
+    // Qt gives a window of w points round(w × scale) pixels (halves up, never to even); the
+    // frames must have exactly the window's size, or they are stretched over it.
     const CaptureDisplay display{1, ScreenRect(0, 0, 1440, 900), 1.5};
     const StreamConfiguration configuration =
         makeConfiguration(ScreenRect(0.25, 0.5, 333.3, 101.9), display);
-    EXPECT_EQ(configuration.width, 499);  // 499.95
-    EXPECT_EQ(configuration.height, 152); // 152.85
+    EXPECT_EQ(configuration.width, 500);  // 499.95
+    EXPECT_EQ(configuration.height, 153); // 152.85
     EXPECT_EQ(configuration.sourceRect, QRectF(0.25, 900 - 102.4, 333.3, 101.9));
+}
+
+TEST(RegionConfigurationTest, HalfPixelsRoundUpAtFractionalScales)
+{
+    // The first launch's 800 × 450 box at 1.25 is a 1000 × 563 window (562.5 rows, rounded up).
+    const CaptureDisplay display{1, ScreenRect(0, 0, 1536, 864), 1.25};
+    const StreamConfiguration first = makeConfiguration(ScreenRect(368, 207, 800, 450), display);
+    EXPECT_EQ(first.width, 1000);
+    EXPECT_EQ(first.height, 563);
+    const CaptureDisplay oneAndAHalf{1, ScreenRect(0, 0, 1280, 720), 1.5};
+    const StreamConfiguration second =
+        makeConfiguration(ScreenRect(267, 95, 801, 529), oneAndAHalf);
+    EXPECT_EQ(second.width, 1202);
+    EXPECT_EQ(second.height, 794);
 }
 
 TEST(RegionConfigurationTest, EmptyFrameStillGetsTwoPointsOfPixels)

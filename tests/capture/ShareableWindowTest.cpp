@@ -5,6 +5,8 @@ namespace lookpane {
 namespace {
 
 constexpr std::int64_t ownProcess = 1000;
+// A 1440 × 900 primary screen at Qt's origin.
+const QRectF primary(0, 0, 1440, 900);
 
 ShareableApplication application(const QString &name, std::int64_t processID = 2000,
                                  const QString &identifier = {})
@@ -35,7 +37,7 @@ TEST(ShareableWindowTest, SizeBoundsAreInclusive)
         makeShareableWindows({window("exact", editor, QRectF(0, 0, 160, 120)),
                               window("narrow", editor, QRectF(0, 0, 159.5, 400)),
                               window("short", editor, QRectF(0, 0, 400, 119.9))},
-                             ownProcess, 900);
+                             ownProcess, primary);
     EXPECT_EQ(titles(windows), std::vector<QString>{"exact"});
 }
 
@@ -43,7 +45,7 @@ TEST(ShareableWindowTest, BlankTitleIsReplacedByTheApplicationName)
 {
     const std::vector<ShareableWindow> windows = makeShareableWindows(
         {window("   \t\n ", application("Preview")), window("  Notes \n", application("Preview"))},
-        ownProcess, 900);
+        ownProcess, primary);
     EXPECT_EQ(titles(windows), (std::vector<QString>{"Notes", "Preview"}));
     EXPECT_EQ(windows[1].applicationName, "Preview");
 }
@@ -53,10 +55,11 @@ TEST(ShareableWindowTest, ApplicationNamesDifferingInCaseKeepIncomingOrder)
     const std::vector<ShareableWindow> forward = makeShareableWindows(
         {window("z", application("Safari")), window("a", application("safari")),
          window("m", application("Safari"))},
-        ownProcess, 900);
+        ownProcess, primary);
     EXPECT_EQ(titles(forward), (std::vector<QString>{"z", "a", "m"}));
     const std::vector<ShareableWindow> backward = makeShareableWindows(
-        {window("a", application("safari")), window("z", application("Safari"))}, ownProcess, 900);
+        {window("a", application("safari")), window("z", application("Safari"))}, ownProcess,
+        primary);
     EXPECT_EQ(titles(backward), (std::vector<QString>{"a", "z"}));
 }
 
@@ -64,7 +67,7 @@ TEST(ShareableWindowTest, TitlesOfOneApplicationSortCaseInsensitively)
 {
     const ShareableApplication editor = application("Editor");
     const std::vector<ShareableWindow> windows = makeShareableWindows(
-        {window("b", editor), window("A", editor), window("c", editor)}, ownProcess, 900);
+        {window("b", editor), window("A", editor), window("c", editor)}, ownProcess, primary);
     EXPECT_EQ(titles(windows), (std::vector<QString>{"A", "b", "c"}));
 }
 
@@ -73,16 +76,33 @@ TEST(ShareableWindowTest, ApplicationsSortCaseInsensitivelyBeforeTitles)
     const std::vector<ShareableWindow> windows = makeShareableWindows(
         {window("1", application("terminal")), window("2", application("Browser")),
          window("3", application("editor")), window("0", application("Browser"))},
-        ownProcess, 900);
+        ownProcess, primary);
     EXPECT_EQ(titles(windows), (std::vector<QString>{"0", "2", "3", "1"}));
 }
 
-TEST(ShareableWindowTest, FramesAreFlippedAboutThePrimaryScreensTopEdge)
+TEST(ShareableWindowTest, FramesAreFlippedAboutThePrimaryScreensBottomEdge)
 {
     const std::vector<ShareableWindow> windows = makeShareableWindows(
-        {window("w", application("Editor"), QRectF(100, 50, 800, 600))}, ownProcess, 900);
+        {window("w", application("Editor"), QRectF(100, 50, 800, 600))}, ownProcess, primary);
     ASSERT_EQ(windows.size(), 1u);
     EXPECT_EQ(windows.front().frame, ScreenRect(100, 250, 800, 600));
+}
+
+TEST(ShareableWindowTest, FramesCountFromThePrimaryScreensBottomLeftWhereverItLies)
+{
+    // A 1920 × 1080 primary screen at +0+360 of a 2560 × 1440 desktop: its bottom edge lies at
+    // Qt's y 1440. A window at Qt's (100, 400) of 800 × 600 has its bottom at 1000, 440 above.
+    const std::vector<ShareableWindow> windows =
+        makeShareableWindows({window("w", application("Editor"), QRectF(100, 400, 800, 600))},
+                             ownProcess, QRectF(0, 360, 1920, 1080));
+    ASSERT_EQ(windows.size(), 1u);
+    EXPECT_EQ(windows.front().frame, ScreenRect(100, 440, 800, 600));
+    // The primary screen below another (at +0+1080) and right of a third (x 1280).
+    const std::vector<ShareableWindow> below =
+        makeShareableWindows({window("w", application("Editor"), QRectF(1380, 100, 800, 600))},
+                             ownProcess, QRectF(1280, 1080, 1920, 1080));
+    ASSERT_EQ(below.size(), 1u);
+    EXPECT_EQ(below.front().frame, ScreenRect(100, 1460, 800, 600));
 }
 
 TEST(ShareableWindowTest, DesktopShellAndOwnWindowsNeverAppear)
@@ -100,14 +120,15 @@ TEST(ShareableWindowTest, DesktopShellAndOwnWindowsNeverAppear)
     entries.push_back(window("toolbar", lookpane, QRectF(0, 0, 400, 160)));
     entries.push_back(window("share", lookpane));
     entries.push_back(window("kept", application("Editor")));
-    EXPECT_EQ(titles(makeShareableWindows(entries, ownProcess, 900)), std::vector<QString>{"kept"});
+    EXPECT_EQ(titles(makeShareableWindows(entries, ownProcess, primary)),
+              std::vector<QString>{"kept"});
 }
 
 TEST(ShareableWindowTest, ShellIdentifiersMatchExactly)
 {
     // Membership is case-sensitive: an application that merely resembles a shell class stays.
     const std::vector<ShareableWindow> windows = makeShareableWindows(
-        {window("lower", application("plank", 3000, "plank"))}, ownProcess, 900);
+        {window("lower", application("plank", 3000, "plank"))}, ownProcess, primary);
     EXPECT_EQ(titles(windows), std::vector<QString>{"lower"});
     EXPECT_TRUE(ShareableWindow::systemBundleIdentifiers().contains("Plank"));
 }
@@ -119,7 +140,7 @@ TEST(ShareableWindowTest, OtherLayersAndOwnerlessWindowsAreSkipped)
     const std::vector<ShareableWindow> windows =
         makeShareableWindows({window("dock", application("Editor"), QRectF(0, 0, 800, 600), 20),
                               ownerless, window("normal", application("Editor"))},
-                             ownProcess, 900);
+                             ownProcess, primary);
     EXPECT_EQ(titles(windows), std::vector<QString>{"normal"});
 }
 
@@ -127,7 +148,7 @@ TEST(ShareableWindowTest, DuplicatesAreAllListed)
 {
     const ShareableApplication editor = application("Editor");
     EXPECT_EQ(
-        makeShareableWindows({window("same", editor), window("same", editor)}, ownProcess, 900)
+        makeShareableWindows({window("same", editor), window("same", editor)}, ownProcess, primary)
             .size(),
         2u);
 }

@@ -5,6 +5,8 @@
 #include "TestDisplay.h"
 #include "XReadback.h"
 
+#include "capture/x11/DisplayResolver.h"
+
 #include <gtest/gtest.h>
 
 #include <QGuiApplication>
@@ -240,4 +242,27 @@ TEST_F(X11ShareableWindows, WindowsAreListedFrontToBack)
                content.windows.begin();
     };
     EXPECT_LT(position(second.window()), position(first.window()));
+}
+
+TEST(X11ShareableWindowFrames, RootPixelsBecomePointsByTheMonitorUnderTheWindowsCentre)
+{
+    // Two 1920 × 1080 monitors side by side, the right one at twice the pixels per point: Qt
+    // keeps its corner at x 1920 and halves distances from it.
+    const std::vector<x11::ScaledMonitor> mixed = {{QRect(0, 0, 1920, 1080), 1.0},
+                                                   {QRect(1920, 0, 1920, 1080), 2.0}};
+    EXPECT_EQ(x11::qtRectFromRootPixels(QRectF(100, 100, 400, 300), mixed),
+              QRectF(100, 100, 400, 300));
+    EXPECT_EQ(x11::qtRectFromRootPixels(QRectF(2020, 200, 800, 600), mixed),
+              QRectF(1970, 100, 400, 300));
+    // Straddling: the monitor under the centre decides, as Qt decides a window's screen.
+    EXPECT_EQ(x11::qtRectFromRootPixels(QRectF(1800, 0, 400, 200), mixed),
+              QRectF(1860, 0, 200, 100));
+    // A centre on no monitor: the first (primary) one's ratio and corner.
+    EXPECT_EQ(x11::qtRectFromRootPixels(QRectF(-500, -500, 100, 100), mixed),
+              QRectF(-500, -500, 100, 100));
+    // A primary at +0+360 scaled by 1.25: the window Qt made of 800 × 450 points at (100, 400).
+    const std::vector<x11::ScaledMonitor> lowered = {{QRect(0, 360, 1920, 1080), 1.25}};
+    EXPECT_EQ(x11::qtRectFromRootPixels(QRectF(125, 410, 1000, 560), lowered),
+              QRectF(100, 400, 800, 448));
+    EXPECT_EQ(x11::qtRectFromRootPixels(QRectF(5, 6, 7, 8), {}), QRectF(5, 6, 7, 8));
 }

@@ -156,3 +156,105 @@ TEST(FrameGeometry, DetachedShareSizeKeepsTheShareWidthAndTheBoxShape)
     EXPECT_EQ(*size, QSizeF(400, 300));
     EXPECT_FALSE(detachedShareSize(QSizeF(0.5, 600), 400).has_value());
 }
+
+namespace {
+// A 1920 × 1080 primary and a 1280 × 1024 monitor right of it, tops aligned: below the right
+// one lies a 1280 × 56 gap that no screen shows.
+const ScreenLayout::Screen primary =
+    screen(ScreenRect(0, 0, 1920, 1080), ScreenRect(0, 0, 1920, 1080));
+const ScreenLayout::Screen shorter =
+    screen(ScreenRect(1920, 56, 1280, 1024), ScreenRect(1920, 56, 1280, 1024));
+// The same primary and an equally high monitor right of it.
+const ScreenLayout::Screen equal =
+    screen(ScreenRect(1920, 0, 1920, 1080), ScreenRect(1920, 0, 1920, 1080));
+// A small screen with a 30-point panel at its top.
+const ScreenLayout::Screen small = screen(ScreenRect(0, 0, 1280, 800), ScreenRect(0, 0, 1280, 770));
+} // namespace
+
+TEST(FrameGeometry, ARectStraddlingTwoMonitorsLiesOnTheScreens)
+{
+    const ScreenLayout layout = layoutOf({primary, shorter});
+    EXPECT_TRUE(liesOnScreens(ScreenRect(1600, 400, 800, 450), layout));
+    EXPECT_TRUE(liesOnScreens(ScreenRect(0, 0, 1920, 1080), layout));
+    // Reaching into the gap below the shorter monitor.
+    EXPECT_FALSE(liesOnScreens(ScreenRect(1600, 20, 800, 450), layout));
+    // Past the outer edges, or off every screen.
+    EXPECT_FALSE(liesOnScreens(ScreenRect(-10, 400, 800, 450), layout));
+    EXPECT_FALSE(liesOnScreens(ScreenRect(5000, 400, 800, 450), layout));
+    EXPECT_FALSE(liesOnScreens(ScreenRect(0, 0, 10, 10), layoutOf({})));
+}
+
+TEST(FrameGeometry, KeptOnScreensLeavesARectThatLiesOnThemAlone)
+{
+    const ScreenRect straddling(1600, 400, 800, 450);
+    EXPECT_EQ(keptOnScreens(straddling, layoutOf({primary, shorter})), straddling);
+    // Without screens there is nothing to keep it on.
+    const ScreenRect anywhere(-5000, 7000, 800, 450);
+    EXPECT_EQ(keptOnScreens(anywhere, layoutOf({})), anywhere);
+}
+
+TEST(FrameGeometry, KeptOnScreensStopsADragAtTheOuterEdgesWithoutLeavingAMonitorBoundary)
+{
+    // Dragged up past the top while straddling two monitors of one height: only y changes.
+    EXPECT_EQ(keptOnScreens(ScreenRect(1600, 900, 800, 450), layoutOf({primary, equal})),
+              ScreenRect(1600, 630, 800, 450));
+    // Past the right edge of the one screen: as constrained would put it.
+    EXPECT_EQ(keptOnScreens(ScreenRect(1200, 300, 400, 300), layoutOf({laptop})),
+              ScreenRect(1040, 300, 400, 300));
+    // Off every screen far below and left: into the bottom-left corner.
+    EXPECT_EQ(keptOnScreens(ScreenRect(-3000, -3000, 800, 450), layoutOf({primary, equal})),
+              ScreenRect(0, 0, 800, 450));
+}
+
+TEST(FrameGeometry, KeptOnScreensMovesABoxOutOfAGapOntoTheScreenHoldingMostOfIt)
+{
+    // Straddling, its bottom 36 points in the gap below the shorter monitor; most of it is on
+    // the primary, which takes all of it.
+    EXPECT_EQ(keptOnScreens(ScreenRect(1500, 20, 800, 450), layoutOf({primary, shorter})),
+              ScreenRect(1120, 20, 800, 450));
+}
+
+TEST(FrameGeometry, ABoxLeftOnAMonitorThatWentAwayIsBroughtOntoTheOneThatStays)
+{
+    // Wholly on the right-hand monitor, which is gone: against the primary's right edge.
+    EXPECT_EQ(keptOnScreens(ScreenRect(2200, 300, 800, 450), layoutOf({primary})),
+              ScreenRect(1120, 300, 800, 450));
+    // A 60-point sliver left on the primary by the window manager: wholly onto it.
+    EXPECT_EQ(keptOnScreens(ScreenRect(1860, 300, 800, 400), layoutOf({primary})),
+              ScreenRect(1120, 300, 800, 400));
+}
+
+TEST(FrameGeometry, AFrameLargerThanTheScreensIsShrunkToTheScreenKeepingItsShape)
+{
+    // A box saved on a 4K monitor, restored on a 1280 × 800 screen with a panel: a third of its
+    // size (1280 × 720), centred where it was and then pushed onto the screen.
+    EXPECT_EQ(keptOnScreens(ScreenRect(0, 0, 3840, 2160), layoutOf({small})),
+              ScreenRect(0, 50, 1280, 720));
+    // A corrupt 40000 × 30000 frame: 770 / 30000 of it, its centre far to the top-right, so
+    // it ends in the top-right corner.
+    const ScreenRect huge = keptOnScreens(ScreenRect(0, 0, 40000, 30000), layoutOf({small}));
+    expectRectNear(huge, ScreenRect(253.33, 0, 1026.67, 770));
+    EXPECT_TRUE(liesOnScreens(huge, layoutOf({small})));
+}
+
+TEST(FrameGeometry, TheScreensBoundingSizeCapsWindowSizes)
+{
+    EXPECT_EQ(screensBoundingSize(layoutOf({primary, shorter})), QSizeF(3200, 1080));
+    EXPECT_EQ(screensBoundingSize(layoutOf({small})), QSizeF(1280, 800));
+    EXPECT_EQ(screensBoundingSize(layoutOf({})), QSizeF());
+}
+
+TEST(FrameGeometry, ABoxStraddlingMonitorsAtAUniformScaleLiesOnThemAsItsScreenSeesThem)
+{
+    // Two 1920 × 1080 monitors at scale 2: 960 × 540 points each, corners at 0 and 1920. A box
+    // on the left one reaching 160 points past its edge covers pixels of the right one.
+    ScreenLayout layout;
+    layout.primaryGeometry = QRectF(0, 0, 960, 540);
+    layout.screens.emplace_back(ScreenRect(0, 0, 960, 540), ScreenRect(0, 0, 960, 540), 2.0);
+    layout.screens.emplace_back(ScreenRect(1920, 0, 960, 540), ScreenRect(1920, 0, 960, 540), 2.0);
+    layout.mainIndex = 0;
+    const ScreenRect straddling(800, 100, 320, 180);
+    EXPECT_FALSE(liesOnScreens(straddling, layout)) << "in points the screens leave a gap";
+    EXPECT_TRUE(liesOnScreens(straddling, seenFrom(layout, 0)));
+    EXPECT_EQ(keptOnScreens(straddling, seenFrom(layout, 0)), straddling);
+}

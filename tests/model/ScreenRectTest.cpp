@@ -138,11 +138,12 @@ TEST(ScreenRectConversion, TopEdgeBecomesQtsTopAndBack)
     // A 1920 × 1080 primary screen: the rectangle's top edge (maxY 60) lies 1020 points below
     // the screen's top in Qt's coordinates.
     const ScreenRect rect(10, 20, 30, 40);
-    const QRectF qt = qtRectFromScreen(rect, 1080);
+    const QRectF primary(0, 0, 1920, 1080);
+    const QRectF qt = qtRectFromScreen(rect, primary);
     EXPECT_EQ(qt, QRectF(10, 1020, 30, 40));
     EXPECT_EQ(qt.top(), 1080 - rect.maxY());
     EXPECT_EQ(qt.top() + qt.height(), 1080 - rect.minY());
-    EXPECT_EQ(screenRectFromQt(qt, 1080), rect);
+    EXPECT_EQ(screenRectFromQt(qt, primary), rect);
 }
 
 TEST(ScreenRectConversion, RoundTripsAreExact)
@@ -151,19 +152,22 @@ TEST(ScreenRectConversion, RoundTripsAreExact)
          {ScreenRect(560, 315, 800, 450), ScreenRect(-1920, 1080, 1920, 1200),
           ScreenRect(0.25, -0.5, 1.5, 2.75), ScreenRect(3000, 2000, 0, 0)}) {
         for (const qreal height : {0.0, 900.0, 1080.0, 1440.0}) {
-            EXPECT_EQ(screenRectFromQt(qtRectFromScreen(rect, height), height), rect) << height;
+            const QRectF primary(-640, 360, 1920, height);
+            EXPECT_EQ(screenRectFromQt(qtRectFromScreen(rect, primary), primary), rect) << height;
         }
     }
+    const QRectF primary(0, 0, 1920, 1080);
     for (const ScreenPoint &point : {ScreenPoint(0, 0), ScreenPoint(-12.5, 2000.25)}) {
-        EXPECT_EQ(screenPointFromQt(qtPointFromScreen(point, 1080), 1080), point);
+        EXPECT_EQ(screenPointFromQt(qtPointFromScreen(point, primary), primary), point);
     }
 }
 
 TEST(ScreenRectConversion, CentreMapsToTheQtCentre)
 {
     const ScreenRect rect(100, 80, 640, 300);
-    EXPECT_EQ(qtPointFromScreen(rect.center(), 1080), qtRectFromScreen(rect, 1080).center());
-    EXPECT_EQ(screenPointFromQt(QPointF(420, 850), 1080), rect.center());
+    const QRectF primary(0, 0, 1920, 1080);
+    EXPECT_EQ(qtPointFromScreen(rect.center(), primary), qtRectFromScreen(rect, primary).center());
+    EXPECT_EQ(screenPointFromQt(QPointF(420, 850), primary), rect.center());
 }
 
 TEST(ScreenRectConversion, DragOffsetsTurnUpwards)

@@ -103,4 +103,28 @@ double meanPixelDifference(const QImage &a, const QImage &b)
     return count > 0 ? sum / static_cast<double>(count) : 0.0;
 }
 
+double rootMeanSquareError(const QImage &a, const QImage &b)
+{
+    const QImage left = a.convertToFormat(QImage::Format_RGB32);
+    const QImage right = b.convertToFormat(QImage::Format_RGB32);
+    const int width = std::min(left.width(), right.width());
+    const int height = std::min(left.height(), right.height());
+    if (width <= 0 || height <= 0) {
+        return 1.0; // nothing to compare is as far from a picture as can be
+    }
+    double sum = 0.0;
+    for (int y = 0; y < height; ++y) {
+        const auto *p = reinterpret_cast<const QRgb *>(left.constScanLine(y));
+        const auto *q = reinterpret_cast<const QRgb *>(right.constScanLine(y));
+        for (int x = 0; x < width; ++x) {
+            const double red = qRed(p[x]) - qRed(q[x]);
+            const double green = qGreen(p[x]) - qGreen(q[x]);
+            const double blue = qBlue(p[x]) - qBlue(q[x]);
+            sum += red * red + green * green + blue * blue;
+        }
+    }
+    const double samples = 3.0 * width * height;
+    return std::sqrt(sum / samples) / 255.0;
+}
+
 } // namespace lookpane::testing

@@ -16,5 +16,9 @@ int maxBlockMeanDifference(const QImage &a, const QImage &b, int block);
 // Largest difference of any channel of any pixel.
 int maxPixelDifference(const QImage &a, const QImage &b);
 double meanPixelDifference(const QImage &a, const QImage &b);
+// Root mean square error of the red, green and blue channels, on a scale of 0 (the same
+// pictures) to 1 (black against white everywhere), as ImageMagick's `compare -metric RMSE`
+// reports it normalised. Pictures of different sizes are compared over the area they share.
+double rootMeanSquareError(const QImage &a, const QImage &b);
 
 } // namespace lookpane::testing

@@ -3,6 +3,7 @@
 #include <xcb/xcb.h>
 
 #include <signal.h>
+#include <sys/wait.h>
 
 #include <algorithm>
 #include <chrono>
@@ -91,6 +92,26 @@ bool windowManagerMapsWindows(const std::string &display)
     return viewable;
 }
 
+bool runXrandr(const std::string &display, const std::vector<std::string> &args)
+{
+    std::vector<std::string> argv{"xrandr"};
+    argv.insert(argv.end(), args.begin(), args.end());
+    ChildProcess::Options options;
+    options.environment["DISPLAY"] = display;
+    ChildProcess process(argv, options);
+    const std::optional<int> status = process.waitForExit(std::chrono::seconds(10));
+    return status && WIFEXITED(*status) && WEXITSTATUS(*status) == 0;
+}
+
+// "W/mmW x H/mmH + X + Y" at 96 dots per inch, the server's own resolution.
+std::string monitorGeometry(const QRect &rect)
+{
+    const auto millimetres = [](int pixels) { return std::to_string(pixels * 254 / 960); };
+    return std::to_string(rect.width()) + "/" + millimetres(rect.width()) + "x" +
+           std::to_string(rect.height()) + "/" + millimetres(rect.height()) + "+" +
+           std::to_string(rect.x()) + "+" + std::to_string(rect.y());
+}
+
 } // namespace
 
 XvfbServer::XvfbServer(Options options, const std::vector<std::string> &disabledExtensions)
@@ -120,6 +141,13 @@ XvfbServer::XvfbServer(Options options, const std::vector<std::string> &disabled
         return;
     }
     m_displayNumber = std::atoi(line->c_str());
+    for (const Monitor &monitor : m_options.monitors) {
+        if (!addMonitor(monitor)) {
+            m_server.reset();
+            m_displayNumber = -1;
+            return;
+        }
+    }
 }
 
 XvfbServer::~XvfbServer()
@@ -141,6 +169,24 @@ bool XvfbServer::kill()
 std::string XvfbServer::displayName() const
 {
     return ":" + std::to_string(m_displayNumber);
+}
+
+bool XvfbServer::addMonitor(const Monitor &monitor)
+{
+    // Xvfb has one output ("screen"). Given to a monitor of our own, it no longer makes a
+    // monitor of the whole screen, and marked primary it makes that monitor Qt's primary screen.
+    if (monitor.primary) {
+        return runXrandr(displayName(), {"--setmonitor", monitor.name,
+                                         monitorGeometry(monitor.geometry), "screen"}) &&
+               runXrandr(displayName(), {"--output", "screen", "--primary"});
+    }
+    return runXrandr(displayName(),
+                     {"--setmonitor", monitor.name, monitorGeometry(monitor.geometry), "none"});
+}
+
+bool XvfbServer::removeMonitor(const std::string &name)
+{
+    return runXrandr(displayName(), {"--delmonitor", name});
 }
 
 bool XvfbServer::waitForRootCondition(bool (*condition)(const std::string &), int timeoutMs) const

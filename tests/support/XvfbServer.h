@@ -2,6 +2,8 @@
 
 #include "ChildProcess.h"
 
+#include <QRect>
+
 #include <memory>
 #include <string>
 #include <vector>
@@ -15,10 +17,26 @@ namespace lookpane::testing {
 class XvfbServer
 {
 public:
+    // A RandR monitor (xrandr --setmonitor): what Qt makes a QScreen of, and what openbox and
+    // the capture call a monitor.
+    struct Monitor
+    {
+        std::string name;
+        QRect geometry; // in root pixels
+        // The primary monitor holds the server's one output and is marked primary; the others
+        // are monitors without an output.
+        bool primary = false;
+    };
+
     struct Options
     {
+        Options() = default;
+        Options(int screenWidth, int screenHeight) : width(screenWidth), height(screenHeight) {}
+
         int width = 1920;
         int height = 1080;
+        // Set before anything connects; none leaves the one monitor the size of the screen.
+        std::vector<Monitor> monitors;
     };
 
     explicit XvfbServer(Options options) : XvfbServer(options, {}) {}
@@ -41,6 +59,12 @@ public:
     // once it is. Its clients see their connections break.
     bool kill();
     int height() const { return m_options.height; }
+
+    // Adds a monitor, or removes one by name (never the primary one: without it the server's
+    // output falls back to a monitor the size of the whole screen), as a user plugging and
+    // unplugging displays; true when xrandr succeeded.
+    bool addMonitor(const Monitor &monitor);
+    bool removeMonitor(const std::string &name);
 
     // Starts openbox and waits until it manages the screen (_NET_SUPPORTING_WM_CHECK).
     bool startWindowManager();

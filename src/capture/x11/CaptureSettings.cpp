@@ -1,5 +1,7 @@
 #include "capture/x11/CaptureSettings.h"
 
+#include "model/DevicePixels.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -7,16 +9,13 @@ namespace lookpane::x11 {
 
 QRect CaptureSettings::sourcePixels() const
 {
-    const QRectF &points = configuration.sourceRect;
-    const double left = displayRect.x() + points.left() * scale;
-    const double top = displayRect.y() + points.top() * scale;
-    const double right = displayRect.x() + points.right() * scale;
-    const double bottom = displayRect.y() + points.bottom() * scale;
-    const int x = static_cast<int>(std::lround(left));
-    const int y = static_cast<int>(std::lround(top));
-    const int width = std::clamp(static_cast<int>(std::lround(right)) - x, 1, maximumFrameSide);
-    const int height = std::clamp(static_cast<int>(std::lround(bottom)) - y, 1, maximumFrameSide);
-    return QRect(x, y, width, height);
+    // The pixels that a window laid over the source rectangle covers: the offset from the
+    // display's corner and the size each rounded on their own, as Qt places windows. Rounding
+    // the four edges instead would make the picture a pixel smaller than the share window
+    // whenever the left edge falls on a half pixel.
+    const QRect pixels = devicePixelRect(configuration.sourceRect, displayRect.topLeft(), scale);
+    return QRect(pixels.topLeft(), QSize(std::clamp(pixels.width(), 1, maximumFrameSide),
+                                         std::clamp(pixels.height(), 1, maximumFrameSide)));
 }
 
 QSize CaptureSettings::frameSize() const

@@ -5,6 +5,8 @@
 #include <QGuiApplication>
 #include <QScreen>
 
+#include <algorithm>
+
 namespace lookpane::x11 {
 
 DisplayResolver::DisplayResolver(std::shared_ptr<XcbConnection> connection)
@@ -26,17 +28,46 @@ std::optional<Monitor> DisplayResolver::monitor(std::uint32_t displayID) const
     return std::nullopt;
 }
 
-double DisplayResolver::scale(const Monitor &monitor)
+double DisplayResolver::devicePixelRatio(const Monitor &monitor)
 {
     if (!qGuiApp) {
         return 1.0;
     }
     for (const QScreen *screen : QGuiApplication::screens()) {
         if (screen->name() == monitor.name) {
-            return std::max(1.0, screen->devicePixelRatio());
+            return screen->devicePixelRatio();
         }
     }
     return 1.0;
+}
+
+double DisplayResolver::scale(const Monitor &monitor)
+{
+    return std::max(1.0, devicePixelRatio(monitor));
+}
+
+std::vector<ScaledMonitor> DisplayResolver::scaledMonitors() const
+{
+    std::vector<ScaledMonitor> scaled;
+    for (const Monitor &monitor : monitors()) {
+        scaled.push_back({monitor.geometry, devicePixelRatio(monitor)});
+    }
+    return scaled;
+}
+
+QRectF qtRectFromRootPixels(const QRectF &pixels, const std::vector<ScaledMonitor> &monitors)
+{
+    if (monitors.empty()) {
+        return pixels;
+    }
+    const QPointF centre = pixels.center();
+    const auto holder = std::find_if(monitors.begin(), monitors.end(), [&](const ScaledMonitor &m) {
+        return QRectF(m.geometry).contains(centre);
+    });
+    const ScaledMonitor &monitor = holder != monitors.end() ? *holder : monitors.front();
+    const double ratio = monitor.devicePixelRatio > 0 ? monitor.devicePixelRatio : 1.0;
+    const QPointF corner(monitor.geometry.topLeft());
+    return QRectF(corner + (pixels.topLeft() - corner) / ratio, pixels.size() / ratio);
 }
 
 } // namespace lookpane::x11

@@ -135,7 +135,7 @@ struct Requests
 std::vector<ShareableWindowEntry> readShareableWindows(const XcbConnection &connection,
                                                        bool excludingDesktopWindows,
                                                        bool onScreenWindowsOnly,
-                                                       double pixelsPerPoint)
+                                                       const std::vector<ScaledMonitor> &monitors)
 {
     xcb_connection_t *c = connection.get();
     const xcb_window_t root = connection.root();
@@ -169,7 +169,6 @@ std::vector<ShareableWindowEntry> readShareableWindows(const XcbConnection &conn
 
     std::vector<ShareableWindowEntry> entries;
     std::vector<std::size_t> withoutPid;
-    const double scale = pixelsPerPoint > 0 ? pixelsPerPoint : 1.0;
     for (std::size_t i = 0; i < windows.size(); ++i) {
         const Requests &r = requests[i];
         Reply<xcb_get_window_attributes_reply_t> attributes(
@@ -217,8 +216,7 @@ std::vector<ShareableWindowEntry> readShareableWindows(const XcbConnection &conn
             frame.adjust(-double(frameExtents[0]), -double(frameExtents[2]),
                          double(frameExtents[1]), double(frameExtents[3]));
         }
-        entry.frame = QRectF(frame.x() / scale, frame.y() / scale, frame.width() / scale,
-                             frame.height() / scale);
+        entry.frame = qtRectFromRootPixels(frame, monitors);
 
         // WM_CLASS holds the instance name, then the class name.
         const QString classHint = text(wmClass.get(), false);

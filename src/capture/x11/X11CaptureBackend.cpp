@@ -75,15 +75,13 @@ ShareableContentResult X11CaptureBackend::readContent(bool excludingDesktopWindo
         return {std::nullopt, *missing};
     }
     ShareableContent content;
-    double primaryScale = 1.0;
+    std::vector<ScaledMonitor> monitors;
     for (const Monitor &monitor : resolver()->monitors()) {
         content.displays.push_back({monitor.displayID, monitor.geometry});
-        if (monitor.primary || content.displays.size() == 1) {
-            primaryScale = DisplayResolver::scale(monitor);
-        }
+        monitors.push_back({monitor.geometry, DisplayResolver::devicePixelRatio(monitor)});
     }
-    content.windows = readShareableWindows(connection, excludingDesktopWindows, onScreenWindowsOnly,
-                                           primaryScale);
+    content.windows =
+        readShareableWindows(connection, excludingDesktopWindows, onScreenWindowsOnly, monitors);
     // This process is an application on the display too, whether or not its windows are
     // listed yet: filters exclude it by its process id.
     if (qGuiApp) {
