@@ -13,6 +13,7 @@
 #include "panels/GuideWindowController.h"
 #include "panels/SettingsWindowController.h"
 #include "platform/x11/ApplicationConnection.h"
+#include "platform/x11/X11WindowTraits.h"
 #include "shell/FitWindowList.h"
 #include "shell/FramingMenu.h"
 #include "shell/PermissionAlert.h"
@@ -25,6 +26,7 @@
 #include "toolbar/FrameToolbarWindowController.h"
 
 #include <QApplication>
+#include <QIcon>
 #include <QMenu>
 #include <QMessageBox>
 #include <QScreen>
@@ -71,6 +73,7 @@ AppDelegate::~AppDelegate()
     m_guideWindow.reset();
     // The menus go before what their actions reach; the engine's signals reach into the window
     // controller: stop and drop it next.
+    m_aboutBox.reset();
     m_permissionAlert.reset();
     m_statusItem.reset();
     m_statusMenu.reset();
@@ -460,11 +463,24 @@ void AppDelegate::openGuide()
 
 void AppDelegate::showAbout()
 {
-    QMessageBox::about(
-        nullptr, QStringLiteral("About Lookpane"),
-        QStringLiteral("<b>Lookpane %1</b><p>Mirrors a part of your screen into a window of its "
-                       "own, for sharing in video meetings.</p>")
-            .arg(QCoreApplication::applicationVersion().toHtmlEscaped()));
+    // One box, made once and shown again, as a dialog: window pickers of meeting applications
+    // offer normal windows, and the share window is to be the only one of Lookpane's there.
+    if (!m_aboutBox) {
+        m_aboutBox = std::make_unique<QMessageBox>(
+            QMessageBox::NoIcon, QStringLiteral("About Lookpane"),
+            QStringLiteral("<b>Lookpane %1</b><p>Mirrors a part of your screen into a window of "
+                           "its own, for sharing in video meetings.</p>")
+                .arg(QCoreApplication::applicationVersion().toHtmlEscaped()),
+            QMessageBox::Ok);
+        const QIcon icon = QApplication::windowIcon();
+        if (!icon.isNull()) {
+            m_aboutBox->setIconPixmap(icon.pixmap(64, 64));
+        }
+        X11WindowTraits::setWindowType(m_aboutBox.get(), X11WindowTraits::WindowType::dialog);
+    }
+    m_aboutBox->show();
+    m_aboutBox->raise();
+    m_aboutBox->activateWindow();
 }
 
 void AppDelegate::selectRatio(FrameRatio ratio)

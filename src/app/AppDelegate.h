@@ -14,6 +14,7 @@
 #include <optional>
 #include <set>
 
+class QMessageBox;
 class QScreen;
 
 namespace lookpane {
@@ -100,6 +101,8 @@ public:
     FramingMenu *toolbarFramingMenu() const { return m_toolbarFramingMenu.get(); }
     FitWindowList *fitWindowList() const { return m_fitWindowList.get(); }
     PermissionAlert *permissionAlert() const { return m_permissionAlert.get(); }
+    // The About box once it has been shown; none before.
+    QMessageBox *aboutBox() const { return m_aboutBox.get(); }
     SettingsWindowController *settingsWindow() const { return m_settingsWindow.get(); }
     GuideWindowController *guideWindow() const { return m_guideWindow.get(); }
     // The global shortcuts; a shortcut recorder suspends them while it waits for a key.
@@ -134,6 +137,7 @@ private:
     std::unique_ptr<StatusMenu> m_statusMenu;
     std::unique_ptr<StatusItem> m_statusItem;
     std::unique_ptr<PermissionAlert> m_permissionAlert;
+    std::unique_ptr<QMessageBox> m_aboutBox;
     std::unique_ptr<GuideWindowController> m_guideWindow;
     std::unique_ptr<SettingsWindowController> m_settingsWindow;
 };

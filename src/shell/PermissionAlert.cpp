@@ -1,5 +1,7 @@
 #include "shell/PermissionAlert.h"
 
+#include "platform/x11/X11WindowTraits.h"
+
 #include <QMessageBox>
 #include <QPushButton>
 
@@ -15,14 +17,22 @@ PermissionAlert::~PermissionAlert()
     }
 }
 
+QString PermissionAlert::title()
+{
+    return QStringLiteral("Lookpane permission");
+}
+
 void PermissionAlert::show()
 {
     if (m_box) {
         return;
     }
-    auto *box = new QMessageBox(QMessageBox::Warning, QStringLiteral("Lookpane"),
+    // Not titled "Lookpane", and a dialog rather than a normal window: the share window alone
+    // goes by that name and is offered by the window pickers of meeting applications.
+    auto *box = new QMessageBox(QMessageBox::Warning, title(),
                                 QStringLiteral("Screen Recording permission required"));
     box->setAttribute(Qt::WA_DeleteOnClose);
+    X11WindowTraits::setWindowType(box, X11WindowTraits::WindowType::dialog);
     box->setInformativeText(QStringLiteral(
         "Lookpane needs permission to record the screen to mirror the apps beneath the Lookpane "
         "window.\n\nAllow screen sharing for Lookpane when your desktop asks, then choose Start "

@@ -21,6 +21,8 @@ public:
     // signal.
     void show();
     bool isShowing() const { return m_box != nullptr; }
+    // The alert's window title.
+    static QString title();
     // The open alert, for inspection; none when closed.
     QMessageBox *box() const { return m_box; }
 

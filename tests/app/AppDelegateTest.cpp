@@ -4,6 +4,7 @@
 #include "QtWait.h"
 #include "ScriptedCaptureBackend.h"
 #include "TestDisplay.h"
+#include "WindowPicker.h"
 #include "XInput.h"
 
 #include "app/AppDelegate.h"
@@ -24,6 +25,9 @@
 #include <QMessageBox>
 #include <QTemporaryDir>
 
+#include <algorithm>
+#include <sstream>
+
 using namespace lookpane;
 using namespace lookpane::testing;
 
@@ -38,6 +42,64 @@ int openMessageBoxes()
         }
     }
     return count;
+}
+
+// This process's windows as a meeting application's window picker lists them.
+std::vector<PickerWindow> ownWindowsInThePicker()
+{
+    std::vector<PickerWindow> own;
+    if (const std::optional<PickerListing> listing =
+            listPickerWindows(testDisplay().displayName())) {
+        const int pid = static_cast<int>(QCoreApplication::applicationPid());
+        std::copy_if(listing->applicationWindows.begin(), listing->applicationWindows.end(),
+                     std::back_inserter(own),
+                     [pid](const PickerWindow &window) { return window.pid == pid; });
+    }
+    return own;
+}
+
+const PickerWindow *titled(const std::vector<PickerWindow> &windows, const QString &title)
+{
+    const auto found =
+        std::find_if(windows.begin(), windows.end(),
+                     [&](const PickerWindow &window) { return window.title == title; });
+    return found == windows.end() ? nullptr : &*found;
+}
+
+const PickerWindow *withRole(const std::vector<PickerWindow> &windows, const QString &role)
+{
+    const auto found =
+        std::find_if(windows.begin(), windows.end(),
+                     [&](const PickerWindow &window) { return window.role == role; });
+    return found == windows.end() ? nullptr : &*found;
+}
+
+std::string describe(const std::vector<PickerWindow> &windows)
+{
+    std::ostringstream text;
+    for (const PickerWindow &window : windows) {
+        text << "\n  \"" << window.title.toStdString() << "\" role " << window.role.toStdString()
+             << " types [" << window.types.join(QStringLiteral(", ")).toStdString() << "]"
+             << (window.offered ? " offered" : " left out");
+    }
+    return text.str();
+}
+
+// Waits until the picker looks at the share window and the window titled `title`, and checks
+// that it offers the share window and leaves the other out as a dialog.
+void expectLeftOutBesideTheShareWindow(const QString &title)
+{
+    std::vector<PickerWindow> own;
+    ASSERT_TRUE(waitUntil([&] {
+        own = ownWindowsInThePicker();
+        return titled(own, title) && withRole(own, QStringLiteral("share"));
+    })) << "the picker does not look at \""
+        << title.toStdString() << "\":" << describe(own);
+    const PickerWindow *window = titled(own, title);
+    EXPECT_FALSE(window->offered) << describe(own);
+    EXPECT_EQ(window->types, QStringList{"_NET_WM_WINDOW_TYPE_DIALOG"}) << describe(own);
+    EXPECT_TRUE(withRole(own, QStringLiteral("share"))->offered) << describe(own);
+    EXPECT_NE(title, QStringLiteral("Lookpane"));
 }
 
 class AppDelegateTest : public ::testing::Test
@@ -237,4 +299,35 @@ TEST_F(AppDelegateTest, MoveModeFromTheMenuEndsAtAReleaseInAnotherApplication)
     xdotool(testDisplay().displayName(), {"click", "1"});
     ASSERT_TRUE(other.waitForClick(5000).has_value());
     EXPECT_TRUE(waitUntil([&] { return !controller().isInMoveMode(); }));
+}
+
+// The alert lies over the box for a while; a viewer must not be offered it, nor anything else
+// by the share window's name.
+TEST_F(AppDelegateWithoutPermission, TheAlertIsLeftOutOfWindowPickersWhileTheShareWindowIsOffered)
+{
+    m_delegate->applicationDidFinishLaunching();
+    ASSERT_TRUE(waitUntil([&] { return m_delegate->permissionAlert()->isShowing(); }));
+    EXPECT_EQ(m_delegate->permissionAlert()->box()->windowTitle(), PermissionAlert::title());
+    expectLeftOutBesideTheShareWindow(PermissionAlert::title());
+}
+
+TEST_F(AppDelegateTest, TheAboutBoxIsOneDialogLeftOutOfWindowPickers)
+{
+    m_delegate->applicationDidFinishLaunching();
+    m_delegate->showAbout();
+    QMessageBox *about = m_delegate->aboutBox();
+    ASSERT_NE(about, nullptr);
+    EXPECT_TRUE(about->text().contains(QCoreApplication::applicationVersion().toHtmlEscaped()));
+    ASSERT_TRUE(waitUntil([&] { return about->isVisible(); }));
+    expectLeftOutBesideTheShareWindow(QStringLiteral("About Lookpane"));
+
+    // Asked for again, the same box comes forward; closed and asked for, it shows again.
+    m_delegate->showAbout();
+    EXPECT_EQ(m_delegate->aboutBox(), about);
+    EXPECT_EQ(openMessageBoxes(), 1);
+    about->close();
+    ASSERT_TRUE(waitUntil([&] { return !about->isVisible(); }));
+    m_delegate->showAbout();
+    EXPECT_TRUE(waitUntil([&] { return about->isVisible(); }));
+    expectLeftOutBesideTheShareWindow(QStringLiteral("About Lookpane"));
 }

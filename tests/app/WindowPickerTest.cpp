@@ -7,6 +7,7 @@
 #include "Eventually.h"
 #include "LookpaneLaunch.h"
 #include "PatternWindow.h"
+#include "XInput.h"
 #include "XReadback.h"
 #include "XvfbServer.h"
 
@@ -116,6 +117,34 @@ protected:
         EXPECT_EQ(withRole(lookpane, "toolbar")->title, QStringLiteral("Lookpane toolbar"));
     }
 
+    // Opens the status menu with a right-click on the toolbar's strip, left of its buttons,
+    // and chooses "About Lookpane" with the keys: Up from no item goes to the last ("Quit
+    // Lookpane"), once more to the one above it.
+    void openAboutFromTheToolbarsMenu()
+    {
+        const std::optional<WindowInfo> toolbar =
+            waitForViewableRole(display(), QStringLiteral("toolbar"), 15000);
+        ASSERT_TRUE(toolbar.has_value());
+        ASSERT_TRUE(clickAt(display(), toolbar->geometry.topLeft() + QPoint(4, 20), 3));
+        ASSERT_TRUE(eventually([&] { return popupsOfLookpane().size() == 1; }))
+            << "no menu opened from the toolbar";
+        // The pointer leaves the menu, so that no item is chosen by where it rests.
+        ASSERT_TRUE(moveMouseTo(display(), QPoint(1270, 710)));
+        ASSERT_TRUE(xdotool(display(), {"key", "--delay", "60", "Up", "Up", "Return"}));
+        ASSERT_TRUE(eventually([&] { return popupsOfLookpane().empty(); }))
+            << "the menu stayed open";
+    }
+
+    // Lookpane's open popup menus: its viewable override-redirect top-levels without a role.
+    std::vector<WindowInfo> popupsOfLookpane() const
+    {
+        const int pid = m_lookpane->pid();
+        return findWindows(display(), [pid](const WindowInfo &info) {
+            return info.viewable && info.topLevel && info.overrideRedirect && info.pid == pid &&
+                   info.role.isEmpty() && info.geometry.width() > 1 && info.geometry.height() > 1;
+        });
+    }
+
     XvfbServer m_server{{1280, 720}};
     QTemporaryDir m_config;
     std::unique_ptr<ChildProcess> m_lookpane;
@@ -191,5 +220,31 @@ TEST_F(WindowPicker, DetachedModeWithACompositingManagerOffersTheShareWindowAlon
 {
     ASSERT_TRUE(m_server.startCompositor());
     launch("detached");
+    expectOnlyTheShareWindowOffered();
+}
+
+// The About box, opened as a user does from the status menu, is no window to share.
+TEST_F(WindowPicker, TheAboutBoxIsNotOfferedWhileTheShareWindowStillIs)
+{
+    launch("overlay");
+    expectOnlyTheShareWindowOffered();
+    openAboutFromTheToolbarsMenu();
+
+    std::vector<PickerWindow> lookpane;
+    const auto about = [&]() -> const PickerWindow * {
+        const auto found = std::find_if(lookpane.begin(), lookpane.end(), [](const auto &window) {
+            return window.title == QStringLiteral("About Lookpane");
+        });
+        return found == lookpane.end() ? nullptr : &*found;
+    };
+    ASSERT_TRUE(eventually([&] {
+        const std::optional<PickerListing> listing = listPickerWindows(display());
+        lookpane = listing ? ofProcess(listing->applicationWindows, m_lookpane->pid())
+                           : std::vector<PickerWindow>{};
+        return about() != nullptr;
+    })) << "the picker does not see the About box:"
+        << describe(lookpane);
+    EXPECT_FALSE(about()->offered) << describe(lookpane);
+    EXPECT_EQ(about()->types, QStringList{"_NET_WM_WINDOW_TYPE_DIALOG"}) << describe(lookpane);
     expectOnlyTheShareWindowOffered();
 }
