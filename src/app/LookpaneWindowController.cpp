@@ -11,9 +11,9 @@
 #include "frame/ScopeBorderView.h"
 #include "frame/ScreenWatcher.h"
 #include "model/Preferences.h"
-#include "platform/x11/CompositingManagerWatcher.h"
 #include "model/RectText.h"
 #include "model/ScreenCoordinates.h"
+#include "platform/x11/CompositingManagerWatcher.h"
 #include "platform/x11/X11DesktopHints.h"
 #include "platform/x11/X11FrameWatcher.h"
 #include "platform/x11/X11PointerReleaseMonitor.h"
@@ -26,6 +26,7 @@
 #include <QGuiApplication>
 #include <QMouseEvent>
 #include <QScreen>
+#include <QWindow>
 
 namespace lookpane {
 
@@ -236,11 +237,28 @@ void LookpaneWindowController::show()
 
     positionToolbar();
     QWidget *toolbarWindow = m_toolbar->window();
+    keepToolbarAboveFrame();
     toolbarWindow->show();
     toolbarWindow->raise();
     x11::showOnAllDesktops(toolbarWindow);
     notifyFrameChanged();
     updateMouseInteraction();
+}
+
+void LookpaneWindowController::keepToolbarAboveFrame()
+{
+    // The window manager raises the box whenever it activates it: when it shows (its
+    // activation can arrive after the toolbar's raise), at a click, for drawing. As a transient
+    // of the box, the toolbar is raised with it and stays above it, whatever raised the box.
+    // Qt writes the relation when it maps the toolbar, naming the box's X window of that moment
+    // (the box may have a new one since its last show: a changed level).
+    QWidget *toolbarWindow = m_toolbar->window();
+    toolbarWindow->winId(); // its QWindow, which holds the relation
+    QWindow *toolbar = toolbarWindow->windowHandle();
+    QWindow *frame = frameWindow()->windowHandle();
+    if (toolbar && frame && toolbar->transientParent() != frame) {
+        toolbar->setTransientParent(frame);
+    }
 }
 
 void LookpaneWindowController::hide()

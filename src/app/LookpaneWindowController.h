@@ -143,6 +143,7 @@ private:
     void syncDetachedAspectRatio();
     void positionDetachedShareWindow();
     void positionToolbar();
+    void keepToolbarAboveFrame();
     void notifyFrameChanged();
     void refreshAnnotations();
     void frameResized();

@@ -86,6 +86,40 @@ std::vector<std::uint32_t> cardinals(std::uint32_t window, const char *name)
     return {values, values + xcb_get_property_value_length(reply.get()) / 4};
 }
 
+// The child of the root (a window manager's frame, or the window itself) that holds `window`.
+std::uint32_t topLevelOf(std::uint32_t window)
+{
+    while (window != 0) {
+        const std::optional<WindowInfo> info = windowInfo(display(), window);
+        if (!info) {
+            return 0;
+        }
+        if (info->topLevel) {
+            return window;
+        }
+        window = info->parent;
+    }
+    return 0;
+}
+
+// The child of the root that the X server finds under `point` of the screen: the window a
+// click there goes to (or the frame holding it).
+std::uint32_t topLevelAt(QPoint point)
+{
+    if (!moveMouseTo(display(), point)) {
+        return 0;
+    }
+    const x11::OwnedConnection connection(xcb_connect(display().c_str(), nullptr));
+    xcb_connection_t *c = connection.get();
+    if (xcb_connection_has_error(c)) {
+        return 0;
+    }
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(c)).data->root;
+    const x11::Reply<xcb_query_pointer_reply_t> pointer(
+        xcb_query_pointer_reply(c, xcb_query_pointer(c, root), nullptr));
+    return pointer ? pointer->child : 0;
+}
+
 std::uint32_t activeWindow()
 {
     const std::vector<std::uint32_t> active = cardinals(XCB_WINDOW_NONE, "_NET_ACTIVE_WINDOW");
@@ -325,4 +359,36 @@ TEST_F(BoxOnTheDesktop, WithACompositingManagerTheEdgeBandMovesTheBoxAndTheInter
         return controller->frameWindow()->geometry() == place.translated(60, 30);
     })) << "the box did not follow its edge band";
     testDisplay().stopCompositor();
+}
+
+// The toolbar lies over the box's bottom edge when the box is as tall as the screen, and must
+// take the clicks there: it stays above the box. With a compositing manager running, the box's
+// activation at its show used to reach the window manager after the toolbar was raised, and the
+// window manager raised the box over it.
+TEST_F(BoxOnTheDesktop, WithACompositingManagerTheToolbarStaysAboveTheBoxItLiesOn)
+{
+    ASSERT_TRUE(testDisplay().startCompositor());
+    const std::unique_ptr<XvfbServer, void (*)(XvfbServer *)> compositor(
+        &testDisplay(), [](XvfbServer *server) { server->stopCompositor(); });
+    for (const bool pinned : {false, true}) {
+        SCOPED_TRACE(pinned ? "pinned" : "not pinned");
+        auto controller = makeController(QRect(400, 0, 960, 1080));
+        controller->setAlwaysOnTop(pinned);
+        showAndWait(*controller);
+        QWidget *toolbar = controller->toolbar()->window();
+        const std::uint32_t box = idOf(controller->frameWindow());
+        ASSERT_TRUE(controller->frameWindow()->geometry().contains(toolbar->geometry()))
+            << "the toolbar does not lie on the box";
+
+        // The box asked to be activated as it showed, and the window manager raises the window
+        // it activates: once the box is active, the stacking that follows the show is done.
+        ASSERT_TRUE(waitUntil([&] { return activeWindow() == box; }));
+        EXPECT_TRUE(isAbove(toolbar, box));
+        // And a click on the toolbar's bottom row, which lies in the box's bottom edge band,
+        // lands on the toolbar, not on the box.
+        const QPoint inTheBand = toolbar->geometry().bottomLeft() + QPoint(12, 0);
+        ASSERT_GE(inTheBand.y(),
+                  controller->frameWindow()->geometry().bottom() - BorderlessWindow::edgeBand + 1);
+        EXPECT_EQ(topLevelAt(inTheBand), topLevelOf(idOf(toolbar)));
+    }
 }
