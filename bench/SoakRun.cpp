@@ -15,6 +15,7 @@
 #include <xcb/xcb.h>
 
 #include <poll.h>
+#include <signal.h>
 
 #include <algorithm>
 #include <atomic>
@@ -284,6 +285,97 @@ private:
     SoakFigures &m_figures;
 };
 
+// Holds a process still (SIGSTOP) for as long as it lives, then lets it go on (SIGCONT).
+class ProcessPause
+{
+public:
+    explicit ProcessPause(pid_t pid) : m_pid(pid > 0 && ::kill(pid, SIGSTOP) == 0 ? pid : -1) {}
+    ~ProcessPause()
+    {
+        if (m_pid > 0) {
+            ::kill(m_pid, SIGCONT);
+        }
+    }
+    ProcessPause(const ProcessPause &) = delete;
+    ProcessPause &operator=(const ProcessPause &) = delete;
+
+    bool isPaused() const { return m_pid > 0; }
+
+private:
+    pid_t m_pid;
+};
+
+long median(std::vector<long> values)
+{
+    if (values.empty()) {
+        return 0;
+    }
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+bool sameCounts(const XClientResources &a, const XClientResources &b)
+{
+    return a.clients == b.clients && a.counts == b.counts;
+}
+
+// Lookpane's figures with the source paused: whatever a moment of the source's animation and
+// window churn asks of Lookpane (a damage object and a shape selection for each window over
+// the region, the frame in flight, the buffers of a window that just went) is then done with,
+// and what remains is what Lookpane holds for its own state.
+QuietFigures takeQuietFigures(const std::string &display, pid_t lookpane, pid_t source,
+                              const ShareWindowUpdates &updates)
+{
+    QuietFigures figures;
+    const ProcessPause pause(source);
+    // Quiet: the share window has not updated for a second (Lookpane delivers frames only
+    // when the region changed).
+    constexpr auto stillFor = std::chrono::seconds(1);
+    const Clock::time_point quietBy = Clock::now() + std::chrono::seconds(20);
+    long frames = updates.count();
+    Clock::time_point lastFrame = Clock::now();
+    while (Clock::now() - lastFrame < stillFor && Clock::now() < quietBy) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        if (updates.count() != frames) {
+            frames = updates.count();
+            lastFrame = Clock::now();
+        }
+    }
+    figures.quiet = pause.isPaused() && Clock::now() - lastFrame >= stillFor;
+
+    // Steady: the same counts three times in a row, a quarter of a second apart.
+    constexpr int sameInARow = 3;
+    const Clock::time_point steadyBy = Clock::now() + std::chrono::seconds(20);
+    int run = 0;
+    while (run < sameInARow && Clock::now() < steadyBy) {
+        const std::optional<XClientResources> sample = xClientResourcesOf(display, lookpane);
+        if (!sample) {
+            break;
+        }
+        run = figures.xres && sameCounts(*figures.xres, *sample) ? run + 1 : 1;
+        figures.xres = sample;
+        if (run < sameInARow) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(250));
+        }
+    }
+    figures.steady = run >= sameInARow;
+
+    // Memory: the median of samples a fifth of a second apart, each part on its own.
+    constexpr int memorySamples = 9;
+    std::vector<long> total, anonymous, fileBacked, shared;
+    for (int i = 0; i < memorySamples; ++i) {
+        if (const std::optional<ResidentMemory> memory = residentMemory(lookpane)) {
+            total.push_back(memory->total);
+            anonymous.push_back(memory->anonymous);
+            fileBacked.push_back(memory->fileBacked);
+            shared.push_back(memory->shared);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    }
+    figures.memory = {median(total), median(anonymous), median(fileBacked), median(shared)};
+    return figures;
+}
+
 double secondsSince(Clock::time_point start)
 {
     return std::chrono::duration<double>(Clock::now() - start).count();
@@ -417,34 +509,55 @@ SoakFigures runSoak(const SoakOptions &options)
         return driver.role("frame").geometry == box && !driver.isDetached();
     };
 
-    for (int warmUp = 0; warmUp < options.warmUpCycles && !lookpaneDied; ++warmUp) {
+    // Warm-up: whole cycles until the quiet resident memory after one lies within
+    // `warmUpSettledPercent` of that after the one before (at least `warmUpCycles`). The last
+    // quiet figures are the start figures, the reference.
+    QuietFigures start;
+    for (int warmUp = 0; warmUp < std::max(options.warmUpCycles, options.maxWarmUpCycles);
+         ++warmUp) {
         say("warm-up cycle " + std::to_string(warmUp + 1));
         runCycle();
+        if (lookpaneDied) {
+            figures.failure = "Lookpane ended during the warm-up";
+            return figures;
+        }
+        if (!settle()) {
+            figures.failure = "the box did not come back after a warm-up cycle";
+            return figures;
+        }
+        ++figures.warmUpCycles;
+        const long before =
+            figures.warmUpResidentKiB.empty() ? 0 : figures.warmUpResidentKiB.back();
+        start = takeQuietFigures(display, lookpane.pid(), source.pid(), updates);
+        figures.warmUpResidentKiB.push_back(start.memory.total);
+        const bool settled =
+            before > 0 && 100.0 * double(start.memory.total - before) / double(before) <=
+                              options.warmUpSettledPercent;
+        say("quiet resident memory " + std::to_string(start.memory.total) + " KiB");
+        if (figures.warmUpCycles >= options.warmUpCycles && settled) {
+            break;
+        }
     }
-    if (lookpaneDied || !settle()) {
-        figures.failure = lookpaneDied ? "Lookpane ended during the warm-up"
-                                       : "the box did not come back after the warm-up";
-        return figures;
-    }
-    figures.memoryStart = residentMemory(lookpane.pid()).value_or(ResidentMemory{});
-    figures.rssStartKiB = figures.memoryStart.total;
+    figures.memoryStart = start.memory;
+    figures.rssStartKiB = start.memory.total;
     figures.rssPeakKiB = figures.rssStartKiB;
-    figures.xresStart = xClientResourcesOf(display, lookpane.pid());
+    figures.xresStart = start.xres;
+    figures.quietStart = start.quiet && start.steady;
     const long framesAtStart = updates.count();
-    const Clock::time_point start = Clock::now();
+    const Clock::time_point startTime = Clock::now();
     figures.started = true;
     measuring = true;
     say("start: resident " + std::to_string(figures.rssStartKiB) + " KiB, X resources " +
         (figures.xresStart ? std::to_string(figures.xresStart->total()) : "unknown"));
 
     const double seconds = options.minutes * 60.0;
-    Clock::time_point lastReport = start;
-    while (!lookpaneDied && secondsSince(start) < seconds) {
+    Clock::time_point lastReport = startTime;
+    while (!lookpaneDied && secondsSince(startTime) < seconds) {
         runCycle();
         if (secondsSince(lastReport) >= 60 && !lookpaneDied) {
             lastReport = Clock::now();
             const ResidentMemory memory = residentMemory(lookpane.pid()).value_or(ResidentMemory{});
-            say(std::to_string(int(secondsSince(start))) + " s: resident " +
+            say(std::to_string(int(secondsSince(startTime))) + " s: resident " +
                 std::to_string(memory.total) + " KiB (anonymous " +
                 std::to_string(memory.anonymous) + ", shared " + std::to_string(memory.shared) +
                 "), " + std::to_string(updates.count() - framesAtStart) + " frames");
@@ -453,13 +566,15 @@ SoakFigures runSoak(const SoakOptions &options)
     if (!lookpaneDied) {
         figures.boxRestored = settle();
     }
-    figures.seconds = secondsSince(start);
+    figures.seconds = secondsSince(startTime);
     figures.framesDelivered = updates.count() - framesAtStart;
     if (!lookpaneDied) {
-        figures.memoryEnd = residentMemory(lookpane.pid()).value_or(ResidentMemory{});
+        const QuietFigures end = takeQuietFigures(display, lookpane.pid(), source.pid(), updates);
+        figures.memoryEnd = end.memory;
         figures.rssEndKiB = figures.memoryEnd.total;
         figures.rssPeakKiB = std::max(figures.rssPeakKiB, figures.rssEndKiB);
-        figures.xresEnd = xClientResourcesOf(display, lookpane.pid());
+        figures.xresEnd = end.xres;
+        figures.quietEnd = end.quiet && end.steady;
         // Still showing pictures: the share window updates over ten more seconds.
         const long before = updates.count();
         waitUntil(Clock::now() + std::chrono::seconds(10));
@@ -506,6 +621,14 @@ void printSoakFigures(const SoakFigures &f, std::FILE *out)
     if (!f.failure.empty()) {
         std::fprintf(out, "soak: %s\n", f.failure.c_str());
     }
+    std::string warmUp;
+    for (const long kib : f.warmUpResidentKiB) {
+        warmUp += (warmUp.empty() ? "" : " ") + std::to_string(kib);
+    }
+    std::fprintf(out, "quiet resident memory after each warm-up cycle, KiB: %s\n",
+                 warmUp.empty() ? "none" : warmUp.c_str());
+    std::fprintf(out, "soak_warmup_cycles=%d\n", f.warmUpCycles);
+    std::fprintf(out, "soak_quiet=%d\n", f.quietStart && f.quietEnd ? 1 : 0);
     std::fprintf(out, "soak_seconds=%.0f\n", f.seconds);
     std::fprintf(out, "soak_frames=%ld\n", f.framesDelivered);
     std::fprintf(out, "soak_fps=%.1f\n",

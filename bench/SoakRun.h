@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace lookpane::bench {
 
@@ -19,11 +20,28 @@ struct SoakOptions
 {
     double minutes = 10;
     // Whole cycles of actions before the start figures are taken, so that what Lookpane creates
-    // once (the detached window's buffers, the drawing canvas, the blur's buffers, caches) exists.
+    // once (the detached window's buffers, the drawing canvas, the blur's buffers, caches) exists
+    // and the heaps have grown to hold what a cycle asks of them: at least `warmUpCycles`, then
+    // more, up to `maxWarmUpCycles`, while the quiet resident memory after a cycle still lies more
+    // than `warmUpSettledPercent` above that after the cycle before.
     int warmUpCycles = 2;
+    int maxWarmUpCycles = 6;
+    double warmUpSettledPercent = 1.0;
     double secondsPerAction = 2;
     // Progress lines go here; none when null.
     std::FILE *progress = stderr;
+};
+
+// Lookpane's figures in a quiet moment, as the soak takes them at the start and the end: the
+// source paused (no drawing, no windows coming or going), the share window no longer updating,
+// the X resource counts the same in several samples in a row, resident memory the median of
+// several samples.
+struct QuietFigures
+{
+    testing::ResidentMemory memory;                // medians, field by field
+    std::optional<testing::XClientResources> xres; // the steady counts; none when unknown
+    bool quiet = false;  // the share window stopped updating while the source was paused
+    bool steady = false; // the X resource counts stopped changing
 };
 
 struct SoakFigures
@@ -40,6 +58,10 @@ struct SoakFigures
     testing::ResidentMemory memoryEnd;
     std::optional<testing::XClientResources> xresStart;
     std::optional<testing::XClientResources> xresEnd;
+    int warmUpCycles = 0;
+    // The quiet resident memory after each warm-up cycle from the first on, KiB.
+    std::vector<long> warmUpResidentKiB;
+    bool quietStart = false, quietEnd = false; // both QuietFigures::quiet and ::steady
     int actions = 0;
     int actionsFailed = 0;
     // Each kind of action done and seen to take effect at least once.

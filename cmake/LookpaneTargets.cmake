@@ -33,12 +33,15 @@ function(lookpane_library name)
     lookpane_warnings(lookpane_${name})
 endfunction()
 
-# lookpane_test(<name> SOURCES ... [LIBS ...] [DISPLAY] [SERIAL])
+# lookpane_test(<name> SOURCES ... [LIBS ...] [DISPLAY] [SERIAL] [TIMEOUT <seconds>])
 # A GoogleTest executable whose tests CTest lists one by one. With DISPLAY, the test
 # executable's main starts a private Xvfb before QApplication exists (tests/support); with
-# SERIAL, CTest runs its tests alone.
+# SERIAL, CTest runs its tests alone. Each test may take 300 s unless TIMEOUT says otherwise.
 function(lookpane_test name)
-    cmake_parse_arguments(ARG "DISPLAY;SERIAL" "" "SOURCES;LIBS" ${ARGN})
+    cmake_parse_arguments(ARG "DISPLAY;SERIAL" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 300)
+    endif()
     add_executable(${name} ${ARG_SOURCES})
     if(ARG_DISPLAY)
         target_link_libraries(${name} PRIVATE lookpane_testsupport_xmain)
@@ -54,6 +57,6 @@ function(lookpane_test name)
         set(serial TRUE)
     endif()
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
-        PROPERTIES TIMEOUT 300 RUN_SERIAL ${serial}
+        PROPERTIES TIMEOUT ${ARG_TIMEOUT} RUN_SERIAL ${serial}
         ENVIRONMENT "LOOKPANE_BUILD_DIR=${PROJECT_BINARY_DIR}")
 endfunction()
