@@ -2,6 +2,7 @@
 
 #include "Eventually.h"
 
+#include <QCoreApplication>
 #include <QGuiApplication>
 #include <QtGui/qguiapplication_platform.h>
 
@@ -82,6 +83,19 @@ bool windowManagerCaughtUp(const std::string &display, int timeoutMs)
     xcb_destroy_window(c, window);
     xcb_flush(c);
     return answered;
+}
+
+bool windowsSettled(const std::string &display)
+{
+    if (!applicationRequestsDone() || !windowManagerCaughtUp(display) ||
+        !applicationRequestsDone()) {
+        return false;
+    }
+    // The answer to the last round trip came after every event sent before it; two passes take
+    // in those that Qt's reader thread had not yet handed over.
+    QCoreApplication::processEvents();
+    QCoreApplication::processEvents();
+    return true;
 }
 
 } // namespace lookpane::testing

@@ -14,4 +14,10 @@ bool applicationRequestsDone();
 // False when it does not answer within `timeoutMs`.
 bool windowManagerCaughtUp(const std::string &display, int timeoutMs = 10000);
 
+// Every request this application made so far carried out by the server, the window manager of
+// `display` caught up with what they asked of it (maps, moves, focus), and the events the
+// server sent this application up to then handled: what a test waited for with a pause after
+// showing, moving or activating windows.
+bool windowsSettled(const std::string &display);
+
 } // namespace lookpane::testing
