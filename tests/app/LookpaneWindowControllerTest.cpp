@@ -7,6 +7,7 @@
 #include "TestDisplay.h"
 #include "XInput.h"
 #include "XReadback.h"
+#include "XSync.h"
 
 #include "annotation/canvas/AnnotationCanvasView.h"
 #include "app/LookpaneWindowController.h"
@@ -134,7 +135,7 @@ protected:
         controller.show();
         ASSERT_TRUE(waitUntil([&] { return isViewable(controller.frameWindow()); }));
         ASSERT_TRUE(waitUntil([&] { return isViewable(controller.toolbar()->window()); }));
-        spinFor(50);
+        ASSERT_TRUE(windowsSettled(display()));
     }
 
     QString stored(const QString &key) const { return m_preferences->value(key).toString(); }
@@ -172,8 +173,8 @@ TEST_F(FrameController, WithClickThroughTheEdgeBandsTakeClicksAndTheInteriorPass
     ASSERT_TRUE(pattern.isShown());
     const QRect beneath = windowInfo(display(), pattern.window()).value_or(WindowInfo{}).geometry;
     auto controller = makeController(beneath);
-    EventCounter counter(QEvent::MouseButtonPress);
-    controller->frameWindow()->installEventFilter(&counter);
+    PressPlaces presses;
+    controller->frameWindow()->installEventFilter(&presses);
     showAndWait(*controller);
     ASSERT_EQ(controller->frameWindow()->geometry(), beneath);
 
@@ -186,17 +187,25 @@ TEST_F(FrameController, WithClickThroughTheEdgeBandsTakeClicksAndTheInteriorPass
         xdotool(display(), {"click", "1"});
     };
     clickAtScreenPoint(5, 100);
-    EXPECT_TRUE(waitUntil([&] { return counter.count == 1; }));
+    EXPECT_TRUE(waitUntil([&] { return presses.places.size() == 1; }));
     clickAtScreenPoint(320, 355);
-    EXPECT_TRUE(waitUntil([&] { return counter.count == 2; }));
-    EXPECT_FALSE(pattern.waitForClick(200).has_value());
+    EXPECT_TRUE(waitUntil([&] { return presses.places.size() == 2; }));
 
+    // The window beneath reports its clicks in order: the first it reports is the interior
+    // one, so neither band let a click through.
     clickAtScreenPoint(320, 100);
-    const std::optional<QPoint> passed = pattern.waitForClick(3000);
+    const std::optional<QPoint> passed = pattern.waitForClick(10000);
     ASSERT_TRUE(passed.has_value()) << "the interior click did not reach the window beneath";
     EXPECT_EQ(*passed, QPoint(320, 260));
-    spinFor(100);
-    EXPECT_EQ(counter.count, 2);
+    // One more click in a band: once the frame has it, it would have had the interior click
+    // before it.
+    clickAtScreenPoint(5, 200);
+    ASSERT_TRUE(waitUntil([&] { return presses.places.size() >= 3; }));
+    const QPoint topLeft = beneath.topLeft();
+    EXPECT_EQ(presses.places,
+              (std::vector<QPoint>{topLeft + QPoint(5, 260), topLeft + QPoint(320, 5),
+                                   topLeft + QPoint(5, 160)}))
+        << "the interior click reached the frame";
 }
 
 TEST_F(FrameController, DrawingKeysInAnotherLookpaneWindowPassThroughUntouched)
@@ -217,10 +226,11 @@ TEST_F(FrameController, DrawingKeysInAnotherLookpaneWindowPassThroughUntouched)
     field->setFocus();
     ASSERT_TRUE(waitUntil([&] { return QApplication::focusWidget() == field; }));
 
-    // "a" would pick the arrow tool and Escape would end drawing in the frame window.
-    xdotool(display(), {"key", "a", "Escape"});
-    EXPECT_TRUE(waitUntil([&] { return field->text() == QStringLiteral("a"); }));
-    spinFor(100);
+    // "a" would pick the arrow tool and Escape would end drawing in the frame window. Once the
+    // "b" typed after them has arrived, they have been handled.
+    xdotool(display(), {"key", "a", "Escape", "b"});
+    EXPECT_TRUE(waitUntil([&] { return field->text() == QStringLiteral("ab"); }));
+    handlePostedEvents();
     EXPECT_TRUE(controller->isDrawing());
     EXPECT_EQ(controller->annotationTool(), AnnotationTool::line);
 }
@@ -254,8 +264,10 @@ TEST_F(FrameController, DrawingKeysInTheFrameWindowPickToolsUndoClearAndLeave)
     // Shift+Backspace is no clear: undo first, then check it leaves the marks alone.
     controller->undoAnnotation();
     ASSERT_EQ(controller->annotations().annotations().size(), 1u);
-    xdotool(display(), {"key", "shift+BackSpace"});
-    spinFor(150);
+    // Once the tool key typed after it has picked its tool, the Shift+Backspace was handled.
+    xdotool(display(), {"key", "shift+BackSpace", "l"});
+    EXPECT_TRUE(waitUntil([&] { return controller->annotationTool() == AnnotationTool::line; }));
+    handlePostedEvents();
     EXPECT_EQ(controller->annotations().annotations().size(), 1u);
 
     xdotool(display(), {"key", "Escape"});
@@ -324,7 +336,7 @@ TEST_F(FrameController, OverlayDetachedOverlaySavesTheShareFrameAndPutsTheShareW
     const QRect share = controller->shareWindow()->geometry();
     EXPECT_NEAR(static_cast<double>(share.width()) / share.height(), 640.0 / 360.0, 0.02);
     controller->shareWindow()->move(share.topLeft() - QPoint(100, 50));
-    spinFor(50);
+    ASSERT_TRUE(windowsSettled(display()));
     const ScreenRect movedShare = controller->shareWindowRect();
 
     controller->setMode(ShareMode::overlay);
@@ -556,8 +568,9 @@ TEST_F(FrameController, MoveModeEndsAtAReleaseInAnotherApplicationWithTheBoxIgno
     EXPECT_EQ(reported, (std::vector<bool>{false}));
     EXPECT_TRUE(controller->frameIgnoresMouse());
 
-    // The box now takes no click, not even in its edge bands.
-    spinFor(100);
+    // The box now takes no click, not even in its edge bands: its input shape, empty, reached
+    // the server before the click does.
+    ASSERT_TRUE(applicationRequestsDone());
     xdotool(display(),
             {"mousemove", "--sync", std::to_string(box.x() + 5), std::to_string(box.y() + 100)});
     xdotool(display(), {"click", "1"});

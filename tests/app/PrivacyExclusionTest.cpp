@@ -15,6 +15,7 @@
 #include "ImageMetrics.h"
 #include "LookpaneLaunch.h"
 #include "PatternWindow.h"
+#include "ToolbarControls.h"
 #include "XInput.h"
 #include "XKeyboard.h"
 #include "XReadback.h"
@@ -54,13 +55,6 @@ const char *const storedDetachedFrame = "{{660, 20}, {560, 760}}";
 const QRect tickerInRegion(20, 20, 24, 24);
 // Around the ticker, where a blurred picture carries its colour.
 const QRect tickerBlurArea = tickerInRegion.adjusted(-20, -20, 64, 64);
-
-// Toolbar controls, from its left edge and its top (40 high): the drag handle, the framing
-// button, the blur button.
-constexpr int handleX = 4;
-constexpr int framingButtonX = 26;
-constexpr int blurButtonX = 88;
-constexpr int toolbarMiddle = 20;
 
 // Pixels of the share window may differ this much from the document's (rounding).
 constexpr int pixelTolerance = 8;
@@ -179,6 +173,8 @@ protected:
             return region.contains(m_toolbar.geometry);
         })) << "the toolbar is not inside the box: "
             << describe(m_toolbar.geometry);
+        ASSERT_EQ(m_toolbar.geometry.size(), toolbarControls().baseRowSize)
+            << "the shipped toolbar is not laid out as the toolbar code lays it out here";
         ASSERT_TRUE(m_reader.isConnected());
     }
 
@@ -353,7 +349,7 @@ TEST_P(PrivacyExclusion, NoLookpaneWindowOverTheRegionShowsInWhatViewersSee)
     ASSERT_NO_FATAL_FAILURE(expectOnlyTheDocument("the outline or the toolbar", false));
 
     // A tooltip: the pointer rests on the blur button.
-    const QPoint blurButton = m_toolbar.geometry.topLeft() + QPoint(blurButtonX, toolbarMiddle);
+    const QPoint blurButton = m_toolbar.geometry.topLeft() + toolbarControls().blur;
     ASSERT_TRUE(moveMouseTo(display(), blurButton));
     const std::optional<WindowInfo> tooltip = waitForPopup([](const WindowInfo &) { return true; });
     ASSERT_TRUE(tooltip.has_value()) << "no tooltip over the blur button";
@@ -367,8 +363,7 @@ TEST_P(PrivacyExclusion, NoLookpaneWindowOverTheRegionShowsInWhatViewersSee)
     const auto isMenu = [](const WindowInfo &info) {
         return info.geometry.width() > 100 && info.geometry.height() > 60;
     };
-    ASSERT_TRUE(
-        clickAt(display(), m_toolbar.geometry.topLeft() + QPoint(framingButtonX, toolbarMiddle)));
+    ASSERT_TRUE(clickAt(display(), m_toolbar.geometry.topLeft() + toolbarControls().framing));
     std::optional<WindowInfo> menu = waitForPopup(isMenu);
     ASSERT_TRUE(menu.has_value()) << "the framing menu did not open";
     ASSERT_TRUE(eventually([&] { return liesOverTheRegion(*menu, &why); }))
@@ -377,8 +372,7 @@ TEST_P(PrivacyExclusion, NoLookpaneWindowOverTheRegionShowsInWhatViewersSee)
     ASSERT_NO_FATAL_FAILURE(closePopups());
 
     // The status menu, from a right-click on the toolbar (there is no tray here).
-    ASSERT_TRUE(
-        clickAt(display(), m_toolbar.geometry.topLeft() + QPoint(handleX, toolbarMiddle), 3));
+    ASSERT_TRUE(clickAt(display(), m_toolbar.geometry.topLeft() + toolbarControls().grip, 3));
     menu = waitForPopup(isMenu);
     ASSERT_TRUE(menu.has_value()) << "the status menu did not open";
     ASSERT_TRUE(eventually([&] { return liesOverTheRegion(*menu, &why); }))
@@ -411,8 +405,7 @@ TEST_P(PrivacyExclusion, NoLookpaneWindowOverTheRegionShowsInWhatViewersSee)
 
     // The guide, from the status menu's "How to Use Lookpane…" (third from the end), moved over
     // the region below the settings window.
-    ASSERT_TRUE(
-        clickAt(display(), m_toolbar.geometry.topLeft() + QPoint(handleX, toolbarMiddle), 3));
+    ASSERT_TRUE(clickAt(display(), m_toolbar.geometry.topLeft() + toolbarControls().grip, 3));
     ASSERT_TRUE(waitForPopup(isMenu).has_value()) << "the status menu did not open";
     ASSERT_TRUE(xdotool(display(), {"key", "Up", "Up", "Up", "Return"}));
     std::optional<WindowInfo> guide =

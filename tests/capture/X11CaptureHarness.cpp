@@ -134,6 +134,12 @@ CapturedFrame X11CaptureHarness::latestFrame() const
     return m_latest;
 }
 
+std::pair<int, CapturedFrame> X11CaptureHarness::countAndLatestFrame() const
+{
+    std::lock_guard lock(m_mutex);
+    return {m_frames, m_latest};
+}
+
 QString X11CaptureHarness::sampleThreadName() const
 {
     std::lock_guard lock(m_mutex);

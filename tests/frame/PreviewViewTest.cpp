@@ -223,9 +223,13 @@ TEST(RenderPreview, TheAuthoringViewPaintsItsPictureOnlyInMirrorStyleAndWithoutA
     EXPECT_EQ(preview.scopeBorderView()->previewStyle(), PreviewStyle::selection);
     ASSERT_TRUE(waitUntil(
         [&] { return countPixelsNotNear(screenOf(preview), middle, Qt::white, 3) == 0; }));
-    // A picture arriving in selection style stays hidden.
+    // A picture arriving in selection style stays hidden. The backdrop turns grey after it:
+    // once the grey shows, whatever the picture made the view paint has reached the screen.
     preview.setCapturedFrame(CapturedFrame::fromImage(solidPicture({320, 180}, red)));
-    spinFor(200);
+    backdrop.setStyleSheet(QStringLiteral("background: rgb(128, 128, 128)"));
+    ASSERT_TRUE(waitUntil([&] {
+        return countPixelsNotNear(screenOf(preview), middle, QColor(128, 128, 128), 3) == 0;
+    })) << "the backdrop did not turn grey";
     EXPECT_EQ(redPixels(), 0);
 
     preview.setPreviewStyle(PreviewStyle::mirror);

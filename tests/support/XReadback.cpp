@@ -1,5 +1,6 @@
 #include "XReadback.h"
 
+#include <xcb/shape.h>
 #include <xcb/xcb.h>
 
 #include <QColor>
@@ -257,6 +258,34 @@ std::optional<WindowInfo> windowInfo(const std::string &display, std::uint32_t w
         return std::nullopt;
     }
     return describe(c.get(), window);
+}
+
+bool takesPointerAt(const std::string &display, std::uint32_t window, QPoint point)
+{
+    ConnectionPtr c = connect(display);
+    if (xcb_connection_has_error(c.get())) {
+        return false;
+    }
+    Reply<xcb_get_geometry_reply_t> geometry(
+        xcb_get_geometry_reply(c.get(), xcb_get_geometry(c.get(), window), nullptr));
+    if (!geometry || !QRect(0, 0, geometry->width, geometry->height).contains(point)) {
+        return false;
+    }
+    // An unshaped window answers with one rectangle, its whole self.
+    Reply<xcb_shape_get_rectangles_reply_t> shape(xcb_shape_get_rectangles_reply(
+        c.get(), xcb_shape_get_rectangles(c.get(), window, XCB_SHAPE_SK_INPUT), nullptr));
+    if (!shape) {
+        return false;
+    }
+    const xcb_rectangle_t *rectangles = xcb_shape_get_rectangles_rectangles(shape.get());
+    const int count = xcb_shape_get_rectangles_rectangles_length(shape.get());
+    for (int i = 0; i < count; ++i) {
+        if (QRect(rectangles[i].x, rectangles[i].y, rectangles[i].width, rectangles[i].height)
+                .contains(point)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 std::optional<int> stackingPosition(const std::string &display, std::uint32_t window)

@@ -77,6 +77,10 @@ std::optional<WindowInfo> waitForViewableWindow(const std::string &display, cons
                                                 int timeoutMs);
 std::optional<WindowInfo> windowInfo(const std::string &display, std::uint32_t window);
 
+// Whether a press at `point` (window coordinates) inside `window` goes to that window: the
+// point lies in its input shape (the whole window when it has none). False when it is gone.
+bool takesPointerAt(const std::string &display, std::uint32_t window, QPoint point);
+
 // Where the top-level window that holds `window` (the window itself, or the window manager's
 // frame around it) lies among the root's children, counted from the bottom: a window with a
 // higher position is drawn over one with a lower. None when the window is gone.

@@ -3,6 +3,7 @@
 #include "TestDisplay.h"
 #include "ToolbarTestSupport.h"
 #include "XReadback.h"
+#include "XSync.h"
 
 #include "platform/x11/X11DesktopHints.h"
 #include "toolbar/SymbolButton.h"
@@ -22,6 +23,7 @@
 #include <xcb/xtest.h>
 
 #include <cstdlib>
+#include <memory>
 
 using namespace lookpane;
 using namespace lookpane::testing;
@@ -126,6 +128,18 @@ void fakeMotion(QPoint globalPoint)
     xcb_flush(conn);
 }
 
+// The window that has the keyboard focus, as the X server says.
+WId inputFocus()
+{
+    xcb_connection_t *conn = appConnection();
+    if (conn == nullptr) {
+        return 0;
+    }
+    const std::unique_ptr<xcb_get_input_focus_reply_t, decltype(&std::free)> focus(
+        xcb_get_input_focus_reply(conn, xcb_get_input_focus(conn), nullptr), &std::free);
+    return focus ? focus->focus : 0;
+}
+
 // A real click through the X server, as the user's pointer would make it.
 void fakeClick(QPoint globalPoint)
 {
@@ -154,14 +168,18 @@ TEST(ToolbarDesktop, PanelDoesNotTakeFocusWhenShownOrClicked)
     QObject::connect(&toolbar, &FrameToolbarWindowController::toggleDrawing,
                      [&] { ++drawToggles; });
     showAt(toolbar.window(), QPoint(700, 600));
-    QTest::qWait(300);
+    // Openbox focuses a window it takes in while it maps it; once it has caught up, and this
+    // application has heard what came of it, the focus is where it stays.
+    ASSERT_TRUE(windowsSettled(testDisplay().displayName()));
+    EXPECT_EQ(inputFocus(), other.winId());
     EXPECT_EQ(QApplication::activeWindow(), &other);
     EXPECT_FALSE(toolbar.window()->isActiveWindow());
 
     // A real click on a control calls it, and still leaves the other window active.
     fakeClick(globalRect(toolbar.drawButton()).center());
     ASSERT_TRUE(QTest::qWaitFor([&] { return drawToggles == 1; }, 10000));
-    QTest::qWait(300);
+    ASSERT_TRUE(windowsSettled(testDisplay().displayName()));
+    EXPECT_EQ(inputFocus(), other.winId());
     EXPECT_EQ(QApplication::activeWindow(), &other);
     EXPECT_FALSE(toolbar.window()->isActiveWindow());
 }
@@ -181,7 +199,7 @@ TEST(ToolbarDesktop, TooltipsShowAlthoughThePanelIsNeverActive)
     // The pointer comes to rest on the pin button.
     const QPoint pin = globalRect(toolbar.alwaysOnTopButton()).center();
     fakeMotion(pin + QPoint(-6, 0));
-    QTest::qWait(50);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return toolbar.alwaysOnTopButton()->underMouse(); }, 10000));
     fakeMotion(pin);
     EXPECT_TRUE(QTest::qWaitFor(
         [] {
@@ -203,7 +221,14 @@ TEST(ToolbarDesktop, PanelIsOnEveryVirtualDesktop)
 
     // Still so after hiding and showing again.
     toolbar.window()->hide();
-    QTest::qWait(100);
+    ASSERT_TRUE(applicationRequestsDone());
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] {
+            const std::optional<WindowInfo> info =
+                windowInfo(testDisplay().displayName(), toolbar.window()->winId());
+            return info && !info->viewable;
+        },
+        10000));
     toolbar.window()->show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(toolbar.window()));
     EXPECT_TRUE(QTest::qWaitFor(

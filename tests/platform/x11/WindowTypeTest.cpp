@@ -4,6 +4,7 @@
 #include "QtWait.h"
 #include "TestDisplay.h"
 #include "WindowPicker.h"
+#include "XSync.h"
 
 #include "platform/x11/ApplicationConnection.h"
 #include "platform/x11/X11WindowTraits.h"
@@ -156,7 +157,10 @@ TEST(WindowType, TheTypeAskedForLastIsKept)
     window.show();
     ASSERT_TRUE(waitUntil([&] { return window.windowHandle()->isExposed(); }));
     EXPECT_EQ(typesOf(&window), QStringList{dialog});
-    spinFor(100);
+    // Whatever was queued when the window showed has run, and what it asked of the server
+    // has been carried out.
+    ASSERT_TRUE(handlePostedEvents());
+    ASSERT_TRUE(applicationRequestsDone());
     EXPECT_EQ(typesOf(&window), QStringList{dialog}) << "an earlier keeper wrote its type again";
 }
 
