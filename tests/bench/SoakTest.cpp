@@ -29,15 +29,15 @@ long pixmapsOf(const XClientResources &resources)
 // How far resident memory may end above the highest quiet figure of the warm-up after a
 // minute. Once the heaps have grown to what the cycle of actions asks of them, resident memory
 // swings and comes back: over the 10-minute soak recorded in docs/benchmarks.md it stayed
-// between the start and 8.1 % above it, and the quiet figures after single warm-up cycles
-// differ by up to 20 % (frames of 8 MB at two box sizes, handed between the capture thread
-// and the GUI thread, leave the allocator's heaps at varying sizes). A start taken in a trough
-// of that swing made a comparison with the start alone fail without any growth; the highest
-// warm-up figure is the top of the swing. 10 % (about 25 MB) above it lies beyond the swing and
-// far below what a frame buffer lost at every action would add in a minute (20 to 30 actions,
-// 8 MB each). Whether memory stays within 2 % of the start over ten minutes is the benchmark's
-// figure, not a test's.
-constexpr double maxGrowthPercent = 10.0;
+// between the start and 8.1 % above it, and across the runs recorded there the quiet figures
+// lay between 230 and 276 MB (frames of 8 MB at two box sizes, handed between the capture
+// thread and the GUI thread, leave the allocator's heaps at varying sizes). A start taken in a
+// trough of that swing made a comparison with the start alone fail without any growth (+14.5 %);
+// the highest warm-up figure is the top of the swing, and no end lay more than 6.7 % above it.
+// 15 % lies beyond that with room to spare and far below what a frame buffer lost at every
+// action would add in a minute (20 to 30 actions, 8 MB each: 60 % and more). Whether memory
+// stays within 2 % of the start over ten minutes is the benchmark's figure, not a test's.
+constexpr double maxGrowthPercent = 15.0;
 
 } // namespace
 
