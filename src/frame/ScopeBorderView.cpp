@@ -1,8 +1,10 @@
 #include "frame/ScopeBorderView.h"
 
 #include "model/SystemColors.h"
+#include "render/OverlayLayer.h"
 
 #include <QFontMetricsF>
+#include <QPaintEvent>
 #include <QPainter>
 #include <QPainterPath>
 
@@ -71,10 +73,31 @@ std::optional<QRectF> ScopeBorderView::bannerRect(QRectF outline)
     return QRectF(outline.center().x() - width * 0.5, outline.top() + 6.0, width, height);
 }
 
-void ScopeBorderView::paintEvent(QPaintEvent *)
+void ScopeBorderView::paintEvent(QPaintEvent *event)
 {
+    const qreal ratio = devicePixelRatioF();
+    const QSize pixels = (QSizeF(size()) * ratio).toSize();
+    const QColor highlight = palette().color(QPalette::Highlight);
+    if (m_painted.size() != pixels || m_painted.devicePixelRatio() != ratio ||
+        m_paintedBlur != m_privacyBlurActive || m_paintedHighlight != highlight) {
+        m_painted = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
+        m_painted.setDevicePixelRatio(ratio);
+        m_painted.fill(Qt::transparent);
+        {
+            QPainter painter(&m_painted);
+            paint(painter, size());
+        }
+        m_paintedAreas = OverlayLayer::paintedAreas(m_painted, 16);
+        m_paintedBlur = m_privacyBlurActive;
+        m_paintedHighlight = highlight;
+    }
     QPainter painter(this);
-    paint(painter, size());
+    for (const QRect &area : m_paintedAreas) {
+        const QRectF logical(QPointF(area.topLeft()) / ratio, QSizeF(area.size()) / ratio);
+        if (event->region().intersects(logical.toAlignedRect())) {
+            painter.drawImage(logical, m_painted, area);
+        }
+    }
 }
 
 void ScopeBorderView::paint(QPainter &painter, QSizeF size) const

@@ -2,10 +2,14 @@
 
 #include "frame/PreviewStyle.h"
 
+#include <QColor>
 #include <QFont>
+#include <QImage>
+#include <QRect>
 #include <QWidget>
 
 #include <optional>
+#include <vector>
 
 namespace lookpane {
 
@@ -40,6 +44,14 @@ private:
 
     PreviewStyle m_style = PreviewStyle::mirror;
     bool m_privacyBlurActive = false;
+    // The outline and banner as painted for the current size and state, and the tiles of it
+    // that hold anything (pixels). The box repaints this view with every picture beneath it:
+    // blending those tiles costs a few small copies, where stroking the outline anew spans
+    // every row of the window (and Qt hands long span lists to a pool of threads).
+    QImage m_painted;
+    std::vector<QRect> m_paintedAreas;
+    bool m_paintedBlur = false;
+    QColor m_paintedHighlight;
 };
 
 } // namespace lookpane
