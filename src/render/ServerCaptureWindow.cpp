@@ -62,6 +62,14 @@ bool ServerCaptureWindow::event(QEvent *event)
     return QWindow::event(event);
 }
 
+void ServerCaptureWindow::frameChanged()
+{
+    // A new frame's pixmap is read afresh, even where its id is an old one's.
+    if (m_presenter) {
+        m_presenter->forgetPixmap();
+    }
+}
+
 void ServerCaptureWindow::exposeEvent(QExposeEvent *)
 {
     if (isExposed()) {

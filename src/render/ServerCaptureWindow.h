@@ -45,6 +45,7 @@ protected:
     void exposeEvent(QExposeEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
 
+    void frameChanged() override;
     void overlayPainterChanged() override { m_overlayDirty = true; }
     void overlayInvalidated() override { m_overlayDirty = true; }
 

@@ -445,17 +445,20 @@ TEST(RenderCaptureWindow, TheServerWindowPaintsAPictureTheServerHoldsFromTheServ
     // The server's copy is what is shown, pixel for pixel: the frame's own pixels (here
     // another picture, which no producer would hand over) are not read.
     const QImage fine = finePrintPicture({640, 360}).convertToFormat(QImage::Format_RGB32);
-    const ServerPixmap held(fine);
+    auto held = std::make_unique<ServerPixmap>(fine);
     const CapturedFrame frame =
         CapturedFrame::fromImage(solidPicture({640, 360}, QColor(200, 40, 40)))
-            .withServerPixmap(held.id());
+            .withServerPixmap(held->id());
     share.setCapturedFrame(frame);
     const bool fineShown =
         waitUntil([&] { return differingPixels(screenOf(share), fine, all) == 0; });
     saveScreenshot(screenOf(share), "share-server-pixmap");
     ASSERT_TRUE(fineShown) << differingPixels(screenOf(share), fine, all);
 
-    // Stretched over a larger view, as the renderer stretches it.
+    // Stretched over a larger view, as the renderer stretches it; still from the server's
+    // copy after its owner freed the pixmap (as when the capture ends), which the window's
+    // picture of it keeps.
+    held.reset();
     share.resize(960, 540);
     ASSERT_TRUE(waitUntil([&] {
         const QImage shown = screenOf(share);

@@ -75,6 +75,8 @@ X11PicturePresenter::~X11PicturePresenter()
 {
     // The resources go with their holders; sent before the window itself goes.
     m_windowPicture.reset();
+    m_pixmapPicture.reset();
+    m_imagePicture.reset();
     m_overlayPicture.reset();
     m_overlayPixmap.reset();
     m_overlayGc.reset();
@@ -83,33 +85,35 @@ X11PicturePresenter::~X11PicturePresenter()
     xcb_flush(m_connection);
 }
 
-void X11PicturePresenter::composite(std::uint32_t source, QSize sourceSize, QSize target)
+void X11PicturePresenter::composite(std::uint32_t picture, QSize sourceSize, QSize target)
 {
     if (target.isEmpty() || sourceSize.isEmpty()) {
         return;
     }
-    Picture picture(m_connection);
-    xcb_render_create_picture(m_connection, picture.id(), source, m_argb32, 0, nullptr);
-    if (sourceSize != target) {
-        // Destination pixel centres mapped onto the source, read between its four nearest
-        // pixels; beyond the edge the edge pixels repeat.
-        const xcb_render_transform_t scale{fixed(double(sourceSize.width()) / target.width()),
-                                           0,
-                                           0,
-                                           0,
-                                           fixed(double(sourceSize.height()) / target.height()),
-                                           0,
-                                           0,
-                                           0,
-                                           fixed(1.0)};
-        xcb_render_set_picture_transform(m_connection, picture.id(), scale);
-        static constexpr char bilinear[] = "bilinear";
-        xcb_render_set_picture_filter(m_connection, picture.id(), sizeof bilinear - 1, bilinear, 0,
-                                      nullptr);
-        const std::uint32_t pad = XCB_RENDER_REPEAT_PAD;
-        xcb_render_change_picture(m_connection, picture.id(), XCB_RENDER_CP_REPEAT, &pad);
-    }
-    xcb_render_composite(m_connection, XCB_RENDER_PICT_OP_SRC, picture.id(), XCB_NONE,
+    // A picture keeps its transform and filter: both are set for this target every time (a
+    // few bytes). Destination pixel centres are mapped onto the source and read between its
+    // four nearest pixels; beyond the edge the edge pixels repeat. Pixel for pixel, the
+    // identity and the nearest filter keep the copy a plain one.
+    const bool stretched = sourceSize != target;
+    const xcb_render_transform_t scale{fixed(double(sourceSize.width()) / target.width()),
+                                       0,
+                                       0,
+                                       0,
+                                       fixed(double(sourceSize.height()) / target.height()),
+                                       0,
+                                       0,
+                                       0,
+                                       fixed(1.0)};
+    xcb_render_set_picture_transform(m_connection, picture, scale);
+    static constexpr char bilinear[] = "bilinear";
+    static constexpr char nearest[] = "nearest";
+    xcb_render_set_picture_filter(
+        m_connection, picture,
+        static_cast<std::uint16_t>(stretched ? sizeof bilinear - 1 : sizeof nearest - 1),
+        stretched ? bilinear : nearest, 0, nullptr);
+    const std::uint32_t pad = XCB_RENDER_REPEAT_PAD;
+    xcb_render_change_picture(m_connection, picture, XCB_RENDER_CP_REPEAT, &pad);
+    xcb_render_composite(m_connection, XCB_RENDER_PICT_OP_SRC, picture, XCB_NONE,
                          m_windowPicture.id(), 0, 0, 0, 0, 0, 0,
                          static_cast<std::uint16_t>(target.width()),
                          static_cast<std::uint16_t>(target.height()));
@@ -117,7 +121,18 @@ void X11PicturePresenter::composite(std::uint32_t source, QSize sourceSize, QSiz
 
 void X11PicturePresenter::drawPixmap(std::uint32_t pixmap, QSize source, QSize target)
 {
-    composite(pixmap, source, target);
+    if (!m_pixmapPicture || m_pixmap != pixmap) {
+        m_pixmapPicture = Picture(m_connection);
+        xcb_render_create_picture(m_connection, m_pixmapPicture.id(), pixmap, m_argb32, 0, nullptr);
+        m_pixmap = pixmap;
+    }
+    composite(m_pixmapPicture.id(), source, target);
+}
+
+void X11PicturePresenter::forgetPixmap()
+{
+    m_pixmapPicture.reset();
+    m_pixmap = 0;
 }
 
 void X11PicturePresenter::upload(const QImage &image, const QRect &area, std::uint32_t pixmap,
@@ -168,10 +183,13 @@ void X11PicturePresenter::drawImage(const QImage &image, QSize target)
                           static_cast<std::uint16_t>(image.height()));
         m_imageGc = Gc(m_connection);
         xcb_create_gc(m_connection, m_imageGc.id(), m_imagePixmap.id(), 0, nullptr);
+        m_imagePicture = Picture(m_connection);
+        xcb_render_create_picture(m_connection, m_imagePicture.id(), m_imagePixmap.id(), m_argb32,
+                                  0, nullptr);
         m_imageSize = image.size();
     }
     upload(image, image.rect(), m_imagePixmap.id(), m_imageGc.id());
-    composite(m_imagePixmap.id(), image.size(), target);
+    composite(m_imagePicture.id(), image.size(), target);
 }
 
 void X11PicturePresenter::fill(const QColor &colour, QSize target)

@@ -40,8 +40,12 @@ public:
     xcb_window_t window() const { return m_window; }
 
     // Paints the 32-bit `pixmap`, `source` pixels large, over the window's top-left `target`
-    // pixels.
+    // pixels. The picture made of it at the first draw is kept until forgetPixmap(): it keeps
+    // the pixmap's pixels in the server even after its owner frees it (a capture that ended),
+    // so the same picture can be painted again on exposure.
     void drawPixmap(std::uint32_t pixmap, QSize source, QSize target);
+    // The next drawPixmap() reads its pixmap afresh, even one of the same id.
+    void forgetPixmap();
     // The same for an opaque 32-bit image (Format_RGB32 or ARGB32_Premultiplied), sent to the
     // server first.
     void drawImage(const QImage &image, QSize target);
@@ -61,12 +65,17 @@ private:
     // Sends `area` of `image` into `pixmap` (depth 32), in requests the server accepts.
     void upload(const QImage &image, const QRect &area, std::uint32_t pixmap,
                 std::uint32_t gc) const;
-    void composite(std::uint32_t source, QSize sourceSize, QSize target);
+    // Paints `picture` (ARGB32), `sourceSize` large, over `target` pixels.
+    void composite(std::uint32_t picture, QSize sourceSize, QSize target);
 
     xcb_connection_t *m_connection;
     xcb_window_t m_window;
     xcb_render_pictformat_t m_argb32;
     Picture m_windowPicture;
+    // The pixmap last drawn, and the picture that holds it.
+    std::uint32_t m_pixmap = 0;
+    Picture m_pixmapPicture;
+    Picture m_imagePicture;
     // Where images are sent: a 32-bit pixmap, remade when the image's size changes.
     Pixmap m_imagePixmap;
     QSize m_imageSize;
