@@ -1,12 +1,12 @@
 #include "frame/ScopeBorderView.h"
 
 #include "model/SystemColors.h"
-#include "render/OverlayLayer.h"
 
 #include <QFontMetricsF>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QPainterPath>
+#include <QtMath>
 
 #include <algorithm>
 
@@ -78,24 +78,51 @@ void ScopeBorderView::paintEvent(QPaintEvent *event)
     const qreal ratio = devicePixelRatioF();
     const QSize pixels = (QSizeF(size()) * ratio).toSize();
     const QColor highlight = palette().color(QPalette::Highlight);
-    if (m_painted.size() != pixels || m_painted.devicePixelRatio() != ratio ||
+    if (m_paintedSize != pixels || m_paintedRatio != ratio ||
         m_paintedBlur != m_privacyBlurActive || m_paintedHighlight != highlight) {
-        m_painted = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
-        m_painted.setDevicePixelRatio(ratio);
-        m_painted.fill(Qt::transparent);
-        {
-            QPainter painter(&m_painted);
-            paint(painter, size());
+        // The outline (pen and rounded corner) lies within 24 pixels of each edge at scale 1;
+        // the top band reaches below the banner as well.
+        const int edge = qCeil(24 * ratio);
+        int top = edge;
+        if (const std::optional<QRectF> banner =
+                bannerRect(outlineRect(QRectF(QPointF(0, 0), QSizeF(size()))))) {
+            top = std::max(top, qCeil((banner->bottom() + 2) * ratio));
         }
-        m_paintedAreas = OverlayLayer::paintedAreas(m_painted, 16);
+        const int middle = pixels.height() - top - edge;
+        std::vector<QRect> areas;
+        if (middle <= 0 || pixels.width() <= 2 * edge) {
+            // Too small for bands that do not overlap: the whole view.
+            areas = {QRect(QPoint(0, 0), pixels)};
+        } else {
+            areas = {QRect(0, 0, pixels.width(), top), QRect(0, top + middle, pixels.width(), edge),
+                     QRect(0, top, edge, middle), QRect(pixels.width() - edge, top, edge, middle)};
+        }
+        m_bands.clear();
+        for (const QRect &area : areas) {
+            if (area.isEmpty()) {
+                continue;
+            }
+            QImage image(area.size(), QImage::Format_ARGB32_Premultiplied);
+            image.setDevicePixelRatio(ratio);
+            image.fill(Qt::transparent);
+            {
+                QPainter painter(&image);
+                painter.translate(-QPointF(area.topLeft()) / ratio);
+                paint(painter, size());
+            }
+            m_bands.push_back({area, std::move(image)});
+        }
+        m_paintedSize = pixels;
+        m_paintedRatio = ratio;
         m_paintedBlur = m_privacyBlurActive;
         m_paintedHighlight = highlight;
     }
     QPainter painter(this);
-    for (const QRect &area : m_paintedAreas) {
-        const QRectF logical(QPointF(area.topLeft()) / ratio, QSizeF(area.size()) / ratio);
+    for (const Band &band : m_bands) {
+        const QRectF logical(QPointF(band.area.topLeft()) / ratio,
+                             QSizeF(band.area.size()) / ratio);
         if (event->region().intersects(logical.toAlignedRect())) {
-            painter.drawImage(logical, m_painted, area);
+            painter.drawImage(logical, band.image);
         }
     }
 }

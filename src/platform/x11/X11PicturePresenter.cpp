@@ -209,7 +209,13 @@ void X11PicturePresenter::setOverlay(const QImage &overlay, const std::vector<QR
     if (overlay.isNull()) {
         return;
     }
-    std::vector<QRect> areas = changed;
+    if (changed.empty() && (!m_overlayPixmap || m_overlaySize != overlay.size())) {
+        // Nothing painted over a window that had nothing: no overlay is needed.
+        m_overlayPicture.reset();
+        m_overlayPixmap.reset();
+        m_overlaySize = QSize();
+        return;
+    }
     if (!m_overlayPixmap || m_overlaySize != overlay.size()) {
         m_overlayPicture.reset();
         m_overlayPixmap = Pixmap(m_connection);
@@ -222,9 +228,13 @@ void X11PicturePresenter::setOverlay(const QImage &overlay, const std::vector<QR
         xcb_render_create_picture(m_connection, m_overlayPicture.id(), m_overlayPixmap.id(),
                                   m_argb32, 0, nullptr);
         m_overlaySize = overlay.size();
-        areas = {overlay.rect()};
+        const xcb_render_color_t transparent{0, 0, 0, 0};
+        const xcb_rectangle_t all{0, 0, static_cast<std::uint16_t>(overlay.width()),
+                                  static_cast<std::uint16_t>(overlay.height())};
+        xcb_render_fill_rectangles(m_connection, XCB_RENDER_PICT_OP_SRC, m_overlayPicture.id(),
+                                   transparent, 1, &all);
     }
-    for (const QRect &area : areas) {
+    for (const QRect &area : changed) {
         upload(overlay, area, m_overlayPixmap.id(), m_overlayGc.id());
     }
 }

@@ -52,7 +52,7 @@ public:
     void fill(const QColor &colour, QSize target);
 
     // The overlay: an ARGB32_Premultiplied image of the window's pixel size, of which only
-    // `changed` is sent again (all of it when its size changed).
+    // `changed` is sent (a new overlay starts transparent in the server).
     void setOverlay(const QImage &overlay, const std::vector<QRect> &changed);
     // Blends the overlay over `areas` of the window.
     void drawOverlay(const std::vector<QRect> &areas);
