@@ -6,8 +6,11 @@
 // less what the X server spends on the animation alone (measured afresh in every round),
 // divided by the frames delivered. Ours is measured with the region under a window of this
 // process (as in overlay mode) and uncovered. Every case runs once per round (argument 1,
-// default 3); the table gives medians. The last two lines read ratio_vs_ffmpeg_1080p=R (the
-// covered region against ffmpeg) and idle_cpu_percent=P.
+// default 3); the table gives medians. 1920 × 1080 and 1280 × 720 regions are measured on a
+// 1920 × 1080 screen, a 3840 × 2160 region on a 3840 × 2160 screen of its own. The last lines
+// read ratio_vs_ffmpeg_1080p=R, ratio_vs_ffmpeg_720p=R and ratio_vs_ffmpeg_4k=R (the covered
+// region against ffmpeg on the same region, both in the same rounds) and idle_cpu_percent=P.
+#include "MemcpyReference.h"
 #include "PatternWindow.h"
 #include "ProcessCpu.h"
 #include "XvfbServer.h"
@@ -248,51 +251,56 @@ std::optional<Measurement> measureFfmpeg(const std::string &display, pid_t serve
     return m;
 }
 
-// CPU time of copying the frame's bytes once, per frame.
-double memcpyPerFrameMs(const QRect &region)
+enum class Case
 {
-    const std::size_t bytes = std::size_t(region.width()) * std::size_t(region.height()) * 4;
-    std::vector<unsigned char> source(bytes, 0x5A), target(bytes);
-    const int rounds = 200;
-    timespec start{}, end{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &start);
-    for (int i = 0; i < rounds; ++i) {
-        source[std::size_t(i)] = static_cast<unsigned char>(i);
-        std::memcpy(target.data(), source.data(), bytes);
-        asm volatile("" : : "r"(target.data()) : "memory");
-    }
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &end);
-    return (double(end.tv_sec - start.tv_sec) * 1e3 + double(end.tv_nsec - start.tv_nsec) / 1e6) /
-           rounds;
-}
+    ours,
+    ffmpeg,
+    oursCovered
+};
 
-} // namespace
-
-int main(int argc, char **argv)
+struct Row
 {
-    QCoreApplication application(argc, argv);
-    XvfbServer server({1920, 1080});
+    std::string name;
+    QRect region;
+    Case what;
+    std::vector<Measurement> runs;
+};
+
+struct ScreenRun
+{
+    std::vector<Row> rows;
+    std::vector<double> baselines;
+    double redirectedBaseline = 0;
+    std::optional<Measurement> idle;
+    bool ok = false;
+};
+
+// Every row measured `rounds` times on a private X server of `screen` size whose whole screen
+// animates; with `measureIdle`, also the cost of capturing a static screen.
+ScreenRun measureScreen(QSize screen, std::vector<Row> rows, int rounds, bool measureIdle)
+{
+    ScreenRun result;
+    result.rows = std::move(rows);
+    XvfbServer server({screen.width(), screen.height()});
     if (!server.isRunning()) {
         std::fprintf(stderr, "capture_bench: cannot start Xvfb\n");
-        return 1;
+        return result;
     }
     const std::string display = server.displayName();
     const pid_t serverPid = childXvfb();
     if (serverPid <= 0) {
         std::fprintf(stderr, "capture_bench: cannot find the Xvfb process\n");
-        return 1;
+        return result;
     }
 
-    const int rounds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 3;
-
     PatternWindow::Options animated;
-    animated.geometry = QRect(0, 0, 1920, 1080);
+    animated.geometry = QRect(QPoint(0, 0), screen);
     animated.pattern = Pattern::bars;
     animated.animate = true;
     auto animation = std::make_unique<PatternWindow>(display, animated);
     if (!animation->isShown()) {
         std::fprintf(stderr, "capture_bench: the pattern window did not show\n");
-        return 1;
+        return result;
     }
     runEventLoop(0.5);
     // What the X server spends on the animation alone, per second.
@@ -303,45 +311,18 @@ int main(int argc, char **argv)
     };
     // The same with the windows redirected (what the backend keeps while it exists): the
     // server then copies each change from the window's pixmap to the screen as well.
-    double redirectedBaseline = 0;
     {
         x11::X11CaptureBackend redirecting(display);
         runEventLoop(0.5);
-        redirectedBaseline = animationBaseline();
+        result.redirectedBaseline = animationBaseline();
     }
 
-    // The case the product lives in first: in overlay mode its frame window lies exactly over
-    // the region, so the capture's job is to see under it. ffmpeg is not run under the
-    // covering window: it reads the same bytes whatever covers them, and the covered animation
-    // would cost the server less than its baseline without the redirection.
-    enum class Case
-    {
-        ours,
-        ffmpeg,
-        oursCovered
-    };
-    struct Row
-    {
-        std::string name;
-        QRect region;
-        Case what;
-        std::vector<Measurement> runs;
-    };
-    const QRect full(0, 0, 1920, 1080), smaller(320, 180, 1280, 720);
-    std::vector<Row> rows{
-        {"1920x1080 ours, region under a window of ours", full, Case::oursCovered, {}},
-        {"1920x1080 ours, region uncovered", full, Case::ours, {}},
-        {"1920x1080 ffmpeg x11grab", full, Case::ffmpeg, {}},
-        {"1280x720  ours, region under a window of ours", smaller, Case::oursCovered, {}},
-        {"1280x720  ours, region uncovered", smaller, Case::ours, {}},
-        {"1280x720  ffmpeg x11grab", smaller, Case::ffmpeg, {}}};
-    std::vector<double> baselines;
     // Rounds interleave every case, each against the animation's cost measured in the same
     // round, so that a slow spell of this shared machine falls on all of them alike.
     for (int round = 0; round < rounds; ++round) {
         const double baseline = animationBaseline();
-        baselines.push_back(baseline);
-        for (Row &row : rows) {
+        result.baselines.push_back(baseline);
+        for (Row &row : result.rows) {
             std::optional<Measurement> m;
             if (row.what == Case::ffmpeg) {
                 m = measureFfmpeg(display, serverPid, row.region, measureSeconds, baseline);
@@ -353,66 +334,133 @@ int main(int argc, char **argv)
                 m = measureOurs(display, serverPid, row.region, measureSeconds, baseline);
             }
             if (!m) {
-                return 1;
+                return result;
             }
             row.runs.push_back(*m);
         }
     }
 
-    // A static screen: the animation gone, one still window, capturing the whole screen.
-    animation.reset();
-    PatternWindow::Options still = animated;
-    still.animate = false;
-    PatternWindow stillWindow(display, still);
-    runEventLoop(0.5);
-    const std::optional<Measurement> idle =
-        measureOurs(display, serverPid, full, measureSeconds, 0.0);
-    if (!idle) {
-        return 1;
-    }
-
-    const auto median = [](std::vector<double> values) {
-        std::sort(values.begin(), values.end());
-        const std::size_t n = values.size();
-        return n == 0 ? 0.0 : n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
-    };
-    const auto of = [](const Row &row, auto field) {
-        std::vector<double> values;
-        for (const Measurement &m : row.runs) {
-            values.push_back(field(m));
+    if (measureIdle) {
+        // A static screen: the animation gone, one still window, capturing the whole screen.
+        animation.reset();
+        PatternWindow::Options still = animated;
+        still.animate = false;
+        PatternWindow stillWindow(display, still);
+        runEventLoop(0.5);
+        result.idle =
+            measureOurs(display, serverPid, QRect(QPoint(0, 0), screen), measureSeconds, 0.0);
+        if (!result.idle) {
+            return result;
         }
-        return values;
-    };
-    const auto perFrame = [](const Measurement &m) { return m.perFrameMs(); };
+    }
+    result.ok = true;
+    return result;
+}
+
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    const std::size_t n = values.size();
+    return n == 0 ? 0.0 : n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
+}
+
+template <typename Field> std::vector<double> of(const Row &row, Field field)
+{
+    std::vector<double> values;
+    for (const Measurement &m : row.runs) {
+        values.push_back(field(m));
+    }
+    return values;
+}
+
+double perFrame(const Measurement &m)
+{
+    return m.perFrameMs();
+}
+
+void printRows(const ScreenRun &run, QSize screen)
+{
     const auto serverPerFrame = [](const Measurement &m) {
         return m.frames > 0 ? m.serverSeconds * 1000 / double(m.frames) : 0.0;
     };
     const auto fps = [](const Measurement &m) { return double(m.frames) / measureSeconds; };
-
-    std::printf("X server animation baseline: %.1f%% of a core (median of %d, subtracted below); "
-                "with the windows redirected but nothing captured: %.1f%%\n",
-                median(baselines) * 100.0, rounds, redirectedBaseline * 100.0);
-    std::printf("%-46s | %8s | %14s | %9s | %6s\n", "case (median of the rounds)", "ms/frame",
-                "range", "X server", "fps");
-    for (const Row &row : rows) {
+    std::printf("%dx%d screen: X server animation baseline: %.1f%% of a core (median of %zu, "
+                "subtracted below); with the windows redirected but nothing captured: %.1f%%\n",
+                screen.width(), screen.height(), median(run.baselines) * 100.0,
+                run.baselines.size(), run.redirectedBaseline * 100.0);
+    for (const Row &row : run.rows) {
         const std::vector<double> ms = of(row, perFrame);
         std::printf("%-46s | %8.3f | %6.3f - %5.3f | %9.3f | %6.1f\n", row.name.c_str(), median(ms),
                     *std::min_element(ms.begin(), ms.end()),
                     *std::max_element(ms.begin(), ms.end()), median(of(row, serverPerFrame)),
                     median(of(row, fps)));
     }
-    std::printf("%-46s | %8.3f\n", "1920x1080 memcpy of the frame's bytes", memcpyPerFrameMs(full));
+}
+
+// The median of `ours` against the median of `reference`, both rows of one screen's rounds.
+double ratio(const Row &ours, const Row &reference)
+{
+    const double referenceMs = median(of(reference, perFrame));
+    return referenceMs > 0 ? median(of(ours, perFrame)) / referenceMs : 0.0;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    const int rounds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 3;
+
+    // The case the product lives in first: in overlay mode its frame window lies exactly over
+    // the region, so the capture's job is to see under it. ffmpeg is not run under the
+    // covering window: it reads the same bytes whatever covers them, and the covered animation
+    // would cost the server less than its baseline without the redirection.
+    const QSize hdScreen(1920, 1080), uhdScreen(3840, 2160);
+    const QRect full(0, 0, 1920, 1080), smaller(320, 180, 1280, 720), uhd(0, 0, 3840, 2160);
+    const ScreenRun hd = measureScreen(
+        hdScreen,
+        {{"1920x1080 ours, region under a window of ours", full, Case::oursCovered, {}},
+         {"1920x1080 ours, region uncovered", full, Case::ours, {}},
+         {"1920x1080 ffmpeg x11grab", full, Case::ffmpeg, {}},
+         {"1280x720  ours, region under a window of ours", smaller, Case::oursCovered, {}},
+         {"1280x720  ours, region uncovered", smaller, Case::ours, {}},
+         {"1280x720  ffmpeg x11grab", smaller, Case::ffmpeg, {}}},
+        rounds, true);
+    if (!hd.ok) {
+        return 1;
+    }
+    const ScreenRun fourK = measureScreen(
+        uhdScreen,
+        {{"3840x2160 ours, region under a window of ours", uhd, Case::oursCovered, {}},
+         {"3840x2160 ours, region uncovered", uhd, Case::ours, {}},
+         {"3840x2160 ffmpeg x11grab", uhd, Case::ffmpeg, {}}},
+        rounds, false);
+    if (!fourK.ok) {
+        return 1;
+    }
+
+    std::printf("%-46s | %8s | %14s | %9s | %6s\n", "case (median of the rounds)", "ms/frame",
+                "range", "X server", "fps");
+    printRows(hd, hdScreen);
+    printRows(fourK, uhdScreen);
+    std::printf("%-46s | %8.3f\n", "1920x1080 memcpy of the frame's bytes",
+                memcpyPerFrameMs(full.size()));
     std::printf("%-46s | %8.3f\n", "1280x720  memcpy of the frame's bytes",
-                memcpyPerFrameMs(smaller));
+                memcpyPerFrameMs(smaller.size()));
+    std::printf("%-46s | %8.3f\n", "3840x2160 memcpy of the frame's bytes",
+                memcpyPerFrameMs(uhd.size()));
     std::printf("idle: %ld frames in %.0f s of a static screen, %.2f s CPU (ours + X server)\n",
-                idle->frames, measureSeconds, idle->cpuSeconds);
-    const double ffmpegMs = median(of(rows[2], perFrame));
-    const auto ratio = [&](const Row &row) {
-        return ffmpegMs > 0 ? median(of(row, perFrame)) / ffmpegMs : 0.0;
-    };
-    std::printf("ratio uncovered (the redirection's copy to the screen included): %.3f\n",
-                ratio(rows[1]));
-    std::printf("ratio_vs_ffmpeg_1080p=%.3f\n", ratio(rows[0]));
-    std::printf("idle_cpu_percent=%.2f\n", idle->cpuSeconds / measureSeconds * 100.0);
+                hd.idle->frames, measureSeconds, hd.idle->cpuSeconds);
+    std::printf("ratio uncovered (the redirection's copy to the screen included): 1080p %.3f, "
+                "720p %.3f, 4K %.3f\n",
+                ratio(hd.rows[1], hd.rows[2]), ratio(hd.rows[4], hd.rows[5]),
+                ratio(fourK.rows[1], fourK.rows[2]));
+    std::printf("ffmpeg_ms_1080p=%.3f\n", median(of(hd.rows[2], perFrame)));
+    std::printf("ratio_vs_ffmpeg_1080p=%.3f\n", ratio(hd.rows[0], hd.rows[2]));
+    std::printf("ffmpeg_ms_720p=%.3f\n", median(of(hd.rows[5], perFrame)));
+    std::printf("ratio_vs_ffmpeg_720p=%.3f\n", ratio(hd.rows[3], hd.rows[5]));
+    std::printf("ffmpeg_ms_4k=%.3f\n", median(of(fourK.rows[2], perFrame)));
+    std::printf("ratio_vs_ffmpeg_4k=%.3f\n", ratio(fourK.rows[0], fourK.rows[2]));
+    std::printf("idle_cpu_percent=%.2f\n", hd.idle->cpuSeconds / measureSeconds * 100.0);
     return 0;
 }

@@ -3,8 +3,10 @@
 #include "model/SystemColors.h"
 
 #include <QFontMetricsF>
+#include <QPaintEvent>
 #include <QPainter>
 #include <QPainterPath>
+#include <QtMath>
 
 #include <algorithm>
 
@@ -71,10 +73,58 @@ std::optional<QRectF> ScopeBorderView::bannerRect(QRectF outline)
     return QRectF(outline.center().x() - width * 0.5, outline.top() + 6.0, width, height);
 }
 
-void ScopeBorderView::paintEvent(QPaintEvent *)
+void ScopeBorderView::paintEvent(QPaintEvent *event)
 {
+    const qreal ratio = devicePixelRatioF();
+    const QSize pixels = (QSizeF(size()) * ratio).toSize();
+    const QColor highlight = palette().color(QPalette::Highlight);
+    if (m_paintedSize != pixels || m_paintedRatio != ratio ||
+        m_paintedBlur != m_privacyBlurActive || m_paintedHighlight != highlight) {
+        // The outline (pen and rounded corner) lies within 24 pixels of each edge at scale 1;
+        // the top band reaches below the banner as well.
+        const int edge = qCeil(24 * ratio);
+        int top = edge;
+        if (const std::optional<QRectF> banner =
+                bannerRect(outlineRect(QRectF(QPointF(0, 0), QSizeF(size()))))) {
+            top = std::max(top, qCeil((banner->bottom() + 2) * ratio));
+        }
+        const int middle = pixels.height() - top - edge;
+        std::vector<QRect> areas;
+        if (middle <= 0 || pixels.width() <= 2 * edge) {
+            // Too small for bands that do not overlap: the whole view.
+            areas = {QRect(QPoint(0, 0), pixels)};
+        } else {
+            areas = {QRect(0, 0, pixels.width(), top), QRect(0, top + middle, pixels.width(), edge),
+                     QRect(0, top, edge, middle), QRect(pixels.width() - edge, top, edge, middle)};
+        }
+        m_bands.clear();
+        for (const QRect &area : areas) {
+            if (area.isEmpty()) {
+                continue;
+            }
+            QImage image(area.size(), QImage::Format_ARGB32_Premultiplied);
+            image.setDevicePixelRatio(ratio);
+            image.fill(Qt::transparent);
+            {
+                QPainter painter(&image);
+                painter.translate(-QPointF(area.topLeft()) / ratio);
+                paint(painter, size());
+            }
+            m_bands.push_back({area, std::move(image)});
+        }
+        m_paintedSize = pixels;
+        m_paintedRatio = ratio;
+        m_paintedBlur = m_privacyBlurActive;
+        m_paintedHighlight = highlight;
+    }
     QPainter painter(this);
-    paint(painter, size());
+    for (const Band &band : m_bands) {
+        const QRectF logical(QPointF(band.area.topLeft()) / ratio,
+                             QSizeF(band.area.size()) / ratio);
+        if (event->region().intersects(logical.toAlignedRect())) {
+            painter.drawImage(logical, band.image);
+        }
+    }
 }
 
 void ScopeBorderView::paint(QPainter &painter, QSizeF size) const

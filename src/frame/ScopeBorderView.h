@@ -2,10 +2,14 @@
 
 #include "frame/PreviewStyle.h"
 
+#include <QColor>
 #include <QFont>
+#include <QImage>
+#include <QRect>
 #include <QWidget>
 
 #include <optional>
+#include <vector>
 
 namespace lookpane {
 
@@ -40,6 +44,22 @@ private:
 
     PreviewStyle m_style = PreviewStyle::mirror;
     bool m_privacyBlurActive = false;
+    // The outline and banner as painted for the current size and state: four bands along the
+    // edges (the top one tall enough for the banner), each with the rectangle it covers, in
+    // pixels. The box repaints this view with every picture beneath it: blending the bands
+    // costs a few small copies, where stroking the outline anew spans every row of the window
+    // (and Qt hands long span lists to a pool of threads). Bands, not a window-sized image,
+    // so that the cache costs memory along the edges only.
+    struct Band
+    {
+        QRect area;
+        QImage image;
+    };
+    std::vector<Band> m_bands;
+    QSize m_paintedSize;
+    qreal m_paintedRatio = 0;
+    bool m_paintedBlur = false;
+    QColor m_paintedHighlight;
 };
 
 } // namespace lookpane

@@ -24,6 +24,13 @@ CapturedFrame CapturedFrame::fromImage(const QImage &image, std::int64_t timesta
     return CapturedFrame(width, height, bytesPerRow, pixels, std::move(storage), timestampNs);
 }
 
+CapturedFrame CapturedFrame::withServerPixmap(std::uint32_t pixmap) const
+{
+    CapturedFrame frame = *this;
+    frame.m_serverPixmap = pixmap;
+    return frame;
+}
+
 QImage CapturedFrame::image() const
 {
     if (isNull()) {

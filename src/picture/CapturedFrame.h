@@ -36,6 +36,15 @@ public:
     // alive; no copy is made.
     QImage image() const;
 
+    // Where the display server holds these same pixels, so that a window of the same server
+    // can be painted from them without the pixels crossing to this process: on X11 a 32-bit
+    // pixmap of the frame's size. 0 when there is none (a frame made from an image, one read
+    // with a plain GetImage). The producer keeps it alive and unchanged while any copy of this
+    // frame exists, for as long as its own connection lasts.
+    std::uint32_t serverPixmap() const { return m_serverPixmap; }
+    // This frame, its pixels also held by the display server as `pixmap`.
+    CapturedFrame withServerPixmap(std::uint32_t pixmap) const;
+
 private:
     int m_width = 0;
     int m_height = 0;
@@ -43,6 +52,7 @@ private:
     const std::uint8_t *m_pixels = nullptr;
     std::shared_ptr<const void> m_storage;
     std::int64_t m_timestampNs = 0;
+    std::uint32_t m_serverPixmap = 0;
 };
 
 } // namespace lookpane

@@ -20,7 +20,16 @@ void callIfSet(const std::function<void()> &callback)
 
 } // namespace
 
-CaptureSurface::CaptureSurface(QPaintDeviceWindow *window) : m_window(*window) {}
+CaptureSurface::CaptureSurface(QWindow *window) : m_window(*window) {}
+
+void CaptureSurface::updateWindow()
+{
+    if (auto *painted = qobject_cast<QPaintDeviceWindow *>(&m_window)) {
+        painted->update();
+    } else {
+        m_window.requestUpdate();
+    }
+}
 
 QWindow *CaptureSurface::window() const
 {
@@ -30,7 +39,7 @@ QWindow *CaptureSurface::window() const
 void CaptureSurface::requestDraw()
 {
     m_hasRenderedFrame = false;
-    m_window.update();
+    updateWindow();
 }
 
 void CaptureSurface::setFrame(const CapturedFrame &frame)
@@ -58,7 +67,7 @@ void CaptureSurface::setOverlayPainter(OverlayPainter painter)
     // The marks lie over the picture: the picture itself stays drawn.
     m_overlayPainter = std::move(painter);
     overlayPainterChanged();
-    m_window.update();
+    updateWindow();
 }
 
 void CaptureSurface::drawNow()
@@ -75,7 +84,7 @@ void CaptureSurface::drawNow()
 void CaptureSurface::updateOverlay()
 {
     overlayInvalidated();
-    m_window.update();
+    updateWindow();
 }
 
 DrawResult &CaptureSurface::startDraw()

@@ -5,7 +5,6 @@
 
 #include <functional>
 
-class QPaintDeviceWindow;
 class QPainter;
 class QSizeF;
 class QWindow;
@@ -57,8 +56,9 @@ public:
     virtual bool hasMipChain() const = 0;
 
 protected:
-    // `window` is the concrete window itself, which paints and is updated through it.
-    explicit CaptureSurface(QPaintDeviceWindow *window);
+    // `window` is the concrete window itself, which paints and is updated through it: a
+    // QPaintDeviceWindow repaints all of itself, any other window draws at its update request.
+    explicit CaptureSurface(QWindow *window);
 
     const CapturedFrame &frame() const { return m_frame; }
     const RenderSettings &renderSettings() const { return m_settings; }
@@ -92,7 +92,10 @@ private:
     // Forgets the drawn picture and asks the window for a paint.
     void requestDraw();
 
-    QPaintDeviceWindow &m_window;
+    // Asks the window for a draw at the next turn of the event loop.
+    void updateWindow();
+
+    QWindow &m_window;
     CapturedFrame m_frame;
     RenderSettings m_settings;
     int m_maximumMipChainSide = 0;

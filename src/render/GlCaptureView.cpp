@@ -2,6 +2,8 @@
 
 #include "render/GlCaptureWindow.h"
 #include "render/RasterCaptureWindow.h"
+#include "render/RenderLog.h"
+#include "render/ServerCaptureWindow.h"
 
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
@@ -72,9 +74,9 @@ bool canRenderHere()
     return renderer.initialize();
 }
 
-// Whether this computer's OpenGL draws on the CPU (Mesa's llvmpipe or softpipe, or another
-// software renderer).
-bool isSoftwareRasteriser()
+} // namespace
+
+bool GlCaptureView::isSoftwareRasteriser()
 {
     ProbeContext probe;
     if (!probe.isCurrent()) {
@@ -87,11 +89,40 @@ bool isSoftwareRasteriser()
            name.contains(QLatin1String("software"));
 }
 
-} // namespace
+GlCaptureView::Surface GlCaptureView::preferredWindowSurface(bool softwareRasteriser,
+                                                             const QString &requested)
+{
+    const bool serverPaints = ServerCaptureWindow::isSupported();
+    if (requested == QLatin1String("opengl")) {
+        return Surface::nativeWindow;
+    }
+    if (requested == QLatin1String("raster")) {
+        return Surface::rasterWindow;
+    }
+    if (requested == QLatin1String("server")) {
+        if (!serverPaints) {
+            qCWarning(lcRender) << "LOOKPANE_SHARE_SURFACE=server: the display server cannot "
+                                   "paint the share view; it draws through the raster window";
+        }
+        return serverPaints ? Surface::serverWindow : Surface::rasterWindow;
+    }
+    if (!requested.isEmpty()) {
+        qCWarning(lcRender) << "LOOKPANE_SHARE_SURFACE:" << requested
+                            << "is none of opengl, raster, server; it is ignored";
+    }
+    if (!softwareRasteriser) {
+        return Surface::nativeWindow;
+    }
+    return serverPaints ? Surface::serverWindow : Surface::rasterWindow;
+}
 
 GlCaptureView::Surface GlCaptureView::preferredWindowSurface()
 {
-    return isSoftwareRasteriser() ? Surface::rasterWindow : Surface::nativeWindow;
+    const QString requested = qEnvironmentVariable("LOOKPANE_SHARE_SURFACE").trimmed().toLower();
+    // The probe of the renderer is needed only when nothing was asked for.
+    const bool asked = requested == QLatin1String("opengl") ||
+                       requested == QLatin1String("raster") || requested == QLatin1String("server");
+    return preferredWindowSurface(!asked && isSoftwareRasteriser(), requested);
 }
 
 bool GlCaptureView::canRender()
@@ -119,6 +150,10 @@ GlCaptureView::GlCaptureView(QWidget *parent, Surface surface) : QOpenGLWidget(p
         QWindow *native = nullptr;
         if (surface == Surface::rasterWindow) {
             auto *window = new RasterCaptureWindow;
+            native = window;
+            m_window = window;
+        } else if (surface == Surface::serverWindow) {
+            auto *window = new ServerCaptureWindow;
             native = window;
             m_window = window;
         } else {

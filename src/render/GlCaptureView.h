@@ -28,7 +28,9 @@ namespace lookpane {
 // there is painted in the same pass, and it takes no input (clicks reach the widgets of the
 // window as if it were not there). A `rasterWindow` view does the same with a native window
 // that shows the picture through Qt's raster backing store and computes the blur on the CPU
-// (see RasterCaptureWindow), for software rasterisers.
+// (see RasterCaptureWindow). A `serverWindow` view's native window is painted by the display
+// server from the picture it already holds, the blur computed on the CPU at its reduced size
+// (see ServerCaptureWindow); software rasterisers on X11 draw with it.
 class GlCaptureView : public QOpenGLWidget
 {
     Q_OBJECT
@@ -38,7 +40,8 @@ public:
     {
         composed,
         nativeWindow,
-        rasterWindow
+        rasterWindow,
+        serverWindow
     };
 
     // The view, or none when this computer cannot run its OpenGL programs (no OpenGL 3.3 /
@@ -53,9 +56,18 @@ public:
     // The OpenGL version and buffers the renderer needs.
     static QSurfaceFormat surfaceFormat();
 
-    // The surface this computer draws a window's picture best with: `rasterWindow` where
-    // OpenGL is a software rasteriser, `nativeWindow` elsewhere.
+    // The surface this computer draws a window's picture best with: where OpenGL is a
+    // software rasteriser, `serverWindow` where the display server can paint it and
+    // `rasterWindow` where it cannot; `nativeWindow` elsewhere. LOOKPANE_SHARE_SURFACE
+    // ("opengl", "raster" or "server") chooses one instead, for tests and comparisons; a
+    // "server" the display cannot paint falls back to the raster window.
     static Surface preferredWindowSurface();
+    // The choice for a computer whose OpenGL is (or is not) a software rasteriser, with the
+    // environment's choice if any (what preferredWindowSurface() applies).
+    static Surface preferredWindowSurface(bool softwareRasteriser, const QString &requested);
+    // Whether this computer's OpenGL draws on the CPU (Mesa's llvmpipe or softpipe, or another
+    // software renderer).
+    static bool isSoftwareRasteriser();
 
     Surface surface() const { return m_surface; }
     // The native window that draws a `nativeWindow` or `rasterWindow` view; none for a

@@ -5,6 +5,8 @@
 #include <QPaintEngine>
 #include <QPainter>
 
+#include <cstring>
+
 namespace lookpane {
 
 namespace {
@@ -85,9 +87,63 @@ void RasterCaptureWindow::paintEvent(QPaintEvent *)
     reportPresentedAfterPaint();
 }
 
+namespace {
+
+// Copies an opaque 32-bit `picture` row by row into the raster device `painter` paints on,
+// where the picture lies pixel for pixel at a whole-pixel offset: every 32-bit pixel of it is
+// also an opaque premultiplied one, so the bytes need no conversion. Only what the painter may
+// touch (its device's clip) is written. False where the device is no such image.
+bool copyRows(QPainter &painter, const QRectF &bounds, const QImage &picture)
+{
+    QPaintEngine *engine = painter.paintEngine();
+    QPaintDevice *device = engine != nullptr ? engine->paintDevice() : nullptr;
+    if (device == nullptr || device->devType() != QInternal::Image ||
+        (picture.format() != QImage::Format_RGB32 &&
+         picture.format() != QImage::Format_ARGB32_Premultiplied)) {
+        return false;
+    }
+    auto *store = static_cast<QImage *>(device);
+    if (store->format() != QImage::Format_RGB32 &&
+        store->format() != QImage::Format_ARGB32_Premultiplied) {
+        return false;
+    }
+    const QTransform transform = painter.deviceTransform();
+    if (transform.type() > QTransform::TxTranslate || transform.dx() != qRound(transform.dx()) ||
+        transform.dy() != qRound(transform.dy()) || bounds.topLeft() != bounds.toRect().topLeft() ||
+        bounds.size() != QSizeF(picture.size())) {
+        return false;
+    }
+    const QPoint offset = transform.map(bounds.topLeft()).toPoint();
+    QRegion region(QRect(offset, picture.size()));
+    region &= QRect(QPoint(0, 0), store->size());
+    // The system clip is what the widget may paint now (its dirty, visible part), in device
+    // pixels; none means all of it. A clip of the painter's own is left to the painter.
+    if (painter.hasClipping()) {
+        return false;
+    }
+    if (const QRegion clip = engine->systemClip(); !clip.isEmpty()) {
+        region &= clip;
+    }
+    for (const QRect &rect : region) {
+        const std::size_t bytes = std::size_t(rect.width()) * 4;
+        for (int y = rect.top(); y <= rect.bottom(); ++y) {
+            std::memcpy(store->scanLine(y) + std::size_t(rect.left()) * 4,
+                        picture.constScanLine(y - offset.y()) +
+                            std::size_t(rect.left() - offset.x()) * 4,
+                        bytes);
+        }
+    }
+    return true;
+}
+
+} // namespace
+
 void RasterCaptureWindow::paintPicture(QPainter &painter, const QRectF &bounds,
                                        const QImage &picture, QSize pixels)
 {
+    if (picture.size() == pixels && copyRows(painter, bounds, picture)) {
+        return;
+    }
     painter.save();
     if (picture.size() == pixels) {
         // Pixel for pixel: the raster painter copies the rows as they are.

@@ -359,8 +359,10 @@ std::optional<CapturedFrame> CaptureSession::capture()
         return std::nullopt;
     }
     m_needsFrame = false;
+    // The pixmap holds the same pixels: windows of this server can be painted from it.
     return CapturedFrame(target->width, target->height, target->bytesPerRow, target->memory->data(),
-                         std::shared_ptr<const void>(target->memory), monotonicNow());
+                         std::shared_ptr<const void>(target->memory), monotonicNow())
+        .withServerPixmap(target->pixmap.id());
 }
 
 std::optional<CapturedFrame>

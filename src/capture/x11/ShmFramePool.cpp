@@ -45,14 +45,30 @@ ShmFramePool::~ShmFramePool() = default;
 void ShmFramePool::clear()
 {
     m_targets.clear();
+    m_retired.clear();
     m_width = 0;
     m_height = 0;
 }
 
+void ShmFramePool::releaseRetired()
+{
+    std::erase_if(m_retired, [](const std::unique_ptr<ShmFrameTarget> &target) {
+        return target->memory.use_count() == 1;
+    });
+}
+
 ShmFrameTarget *ShmFramePool::acquire(int width, int height)
 {
+    releaseRetired();
     if (width != m_width || height != m_height) {
-        clear();
+        // Frames of the old size may still be shown from their pixmaps: those targets stay
+        // until the frames go.
+        for (std::unique_ptr<ShmFrameTarget> &target : m_targets) {
+            if (target->memory.use_count() > 1) {
+                m_retired.push_back(std::move(target));
+            }
+        }
+        m_targets.clear();
         m_width = width;
         m_height = height;
     }

@@ -74,7 +74,9 @@ struct ShmFrameTarget
 };
 
 // A few frame targets of one size, reused once every frame painted into them has been
-// released (a frame keeps its memory through CapturedFrame's storage).
+// released (a frame keeps its memory through CapturedFrame's storage). A frame also names its
+// target's pixmap, from which windows are painted in the server: a target that frames still
+// hold when the size changes is retired, not freed, until the last of them is gone.
 class ShmFramePool
 {
 public:
@@ -91,13 +93,18 @@ public:
     ShmFrameTarget *acquire(int width, int height);
     // Frees the server side of every target (frames keep their memory).
     void clear();
+    // Targets of an earlier size that frames still hold.
+    int retiredCount() const { return static_cast<int>(m_retired.size()); }
 
 private:
     std::unique_ptr<ShmFrameTarget> create(int width, int height);
+    // Frees the retired targets that no frame holds any more.
+    void releaseRetired();
 
     const XcbConnection &m_connection;
     xcb_render_pictformat_t m_argbFormat;
     std::vector<std::unique_ptr<ShmFrameTarget>> m_targets;
+    std::vector<std::unique_ptr<ShmFrameTarget>> m_retired;
     int m_width = 0;
     int m_height = 0;
 };

@@ -71,7 +71,13 @@ struct RegionTraits
     static void free(xcb_connection_t *c, std::uint32_t id) { xcb_xfixes_destroy_region(c, id); }
 };
 
+struct GcTraits
+{
+    static void free(xcb_connection_t *c, std::uint32_t id) { xcb_free_gc(c, id); }
+};
+
 using Pixmap = XResource<PixmapTraits>;
+using Gc = XResource<GcTraits>;
 using Picture = XResource<PictureTraits>;
 using Damage = XResource<DamageTraits>;
 using Region = XResource<RegionTraits>;
