@@ -96,6 +96,8 @@ void AppDelegate::applicationDidFinishLaunching()
     m_windowController =
         std::make_unique<LookpaneWindowController>(m_preferences, framePreferences.restoredFrame());
     std::unique_ptr<CaptureBackend> backend = std::move(m_givenBackend);
+    // A given backend of a kind Lookpane knows names the screens its own way too.
+    m_portalBackend = dynamic_cast<portal::PortalCaptureBackend *>(backend.get());
     if (!backend && m_captureKind == CaptureKind::portal) {
         // The desktop's dialog asks once: the token it gives lets later sessions through.
         portal::PortalCaptureBackend::Options options;

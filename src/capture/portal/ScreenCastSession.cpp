@@ -190,9 +190,11 @@ void ScreenCastSession::request(const QString &method, QList<QVariant> arguments
     options.insert(QStringLiteral("handle_token"), token);
     QString sender = m_bus.baseService().mid(1);
     sender.replace(QLatin1Char('.'), QLatin1Char('_'));
-    watchRequest(
-        QStringLiteral("/org/freedesktop/portal/desktop/request/%1/%2").arg(sender, token));
+    const QString expected =
+        QStringLiteral("/org/freedesktop/portal/desktop/request/%1/%2").arg(sender, token);
+    watchRequest(expected);
     m_pending = std::move(handler);
+    qCDebug(lcCapturePortal).noquote() << "ScreenCast portal:" << method << "awaits" << expected;
 
     QDBusMessage message = QDBusMessage::createMethodCall(
         QString::fromLatin1(portalService), QString::fromLatin1(portalPath),
@@ -200,19 +202,24 @@ void ScreenCastSession::request(const QString &method, QList<QVariant> arguments
     arguments.append(options);
     message.setArguments(arguments);
     auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(message), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, method] {
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, method, expected] {
         watcher->deleteLater();
+        // The reply may come after the Response, even after the next request went out: it
+        // concerns this session only while its request is still the one awaited.
+        const bool current = m_pending && m_requestPath == expected;
         const QDBusPendingReply<QDBusObjectPath> reply = *watcher;
         if (reply.isError()) {
-            unwatchRequest();
-            m_pending = nullptr;
-            fail(QStringLiteral("the screen-sharing portal refused %1 (%2)")
-                     .arg(method, reply.error().message()));
+            if (current) {
+                unwatchRequest();
+                m_pending = nullptr;
+                fail(QStringLiteral("the screen-sharing portal refused %1 (%2)")
+                         .arg(method, reply.error().message()));
+            }
             return;
         }
         // Portals older than the handle_token convention answer elsewhere.
         const QString handle = reply.value().path();
-        if (!handle.isEmpty() && handle != m_requestPath && m_pending) {
+        if (current && !handle.isEmpty() && handle != expected) {
             watchRequest(handle);
         }
     });
@@ -220,6 +227,8 @@ void ScreenCastSession::request(const QString &method, QList<QVariant> arguments
 
 void ScreenCastSession::handleResponse(uint response, const QVariantMap &results)
 {
+    qCDebug(lcCapturePortal).noquote()
+        << "ScreenCast portal: response" << response << "at" << m_requestPath;
     unwatchRequest();
     ResponseHandler handler = std::exchange(m_pending, nullptr);
     if (!handler) {

@@ -248,6 +248,14 @@ TEST_F(PortalCaptureTest, MovedRegionShowsTheNewPlaceAlsoOnAStaticPicture)
     EXPECT_EQ(mismatches(frames.back(), 130, 70), 0);
 }
 
+TEST_F(PortalCaptureTest, ResponsesThatArriveBeforeTheirRepliesAreFollowed)
+{
+    // Each request's reply then comes in after the next request went out.
+    startPortal({"--respond-before-reply"});
+    ASSERT_TRUE(startAndWaitForRunning());
+    EXPECT_TRUE(waitForFrames(1));
+}
+
 TEST_F(PortalCaptureTest, WithoutAPortalTheStartFailsWithTheReason)
 {
     testing::SessionBus bus;

@@ -7,6 +7,7 @@
 #include <spa/pod/builder.h>
 
 #include <atomic>
+#include <cstdio>
 #include <cstring>
 
 namespace lookpane::testing {
@@ -111,8 +112,12 @@ struct PatternProducer::Private
         pw_stream_update_params(stream, params, 1);
     }
 
-    void stateChanged(pw_stream_state state)
+    void stateChanged(pw_stream_state state, const char *error)
     {
+        if (state == PW_STREAM_STATE_ERROR) {
+            std::fprintf(stderr, "lookpane_screencast_portal: the stream failed: %s\n",
+                         error ? error : "no reason given");
+        }
         if (state == PW_STREAM_STATE_PAUSED && !nodeReported) {
             nodeReported = true;
             if (onNode) {
@@ -134,8 +139,9 @@ namespace {
 const pw_stream_events producerEvents = [] {
     pw_stream_events events{};
     events.version = PW_VERSION_STREAM_EVENTS;
-    events.state_changed = [](void *data, pw_stream_state, pw_stream_state state, const char *) {
-        static_cast<PatternProducer::Private *>(data)->stateChanged(state);
+    events.state_changed = [](void *data, pw_stream_state, pw_stream_state state,
+                              const char *error) {
+        static_cast<PatternProducer::Private *>(data)->stateChanged(state, error);
     };
     events.param_changed = [](void *data, std::uint32_t id, const spa_pod *param) {
         static_cast<PatternProducer::Private *>(data)->paramChanged(id, param);

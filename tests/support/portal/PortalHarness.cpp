@@ -53,6 +53,8 @@ ScreenCastPortalHarness::ScreenCastPortalHarness(std::vector<std::string> portal
     argv.insert(argv.end(), portalArguments.begin(), portalArguments.end());
     ChildProcess::Options options = m_pipeWire->environment();
     options.captureStdout = true;
+    // What goes wrong in the portal shows in the test's output.
+    options.quiet = false;
     m_portal = std::make_unique<ChildProcess>(argv, options);
     const std::optional<std::string> line = m_portal->readLine(std::chrono::seconds(20));
     if (!line || *line != "ready") {

@@ -151,14 +151,19 @@ QString ScreenCastPortalService::requestPath(const QDBusMessage &message,
 void ScreenCastPortalService::respond(const QString &requestPath, uint response,
                                       const QVariantMap &results)
 {
-    // Like the desktop's portal: after the method has returned its handle.
-    QTimer::singleShot(0, this, [this, requestPath, response, results] {
+    const auto send = [this, requestPath, response, results] {
         QDBusMessage signal = QDBusMessage::createSignal(
             requestPath, QStringLiteral("org.freedesktop.portal.Request"),
             QStringLiteral("Response"));
         signal << response << results;
         m_bus.send(signal);
-    });
+    };
+    if (m_settings.respondBeforeReply) {
+        send();
+        return;
+    }
+    // Like the desktop's portal: after the method has returned its handle.
+    QTimer::singleShot(0, this, send);
 }
 
 ScreenCastPortalService::Session *ScreenCastPortalService::session(const QDBusObjectPath &path,

@@ -23,6 +23,9 @@ struct PortalServiceSettings
     QPoint position{0, 0}; // the monitor's place, as Start reports it
     bool reportPlacement = true;
     std::uint32_t cursorModes = 1 | 2; // hidden and embedded
+    // Emit each Response before the method's reply instead of after it: a bus may deliver
+    // them in either order.
+    bool respondBeforeReply = false;
 };
 
 // A stand-in for the desktop's org.freedesktop.portal.ScreenCast (version 4) at

@@ -4,6 +4,7 @@
 //
 //   lookpane_screencast_portal [--format BGRx|RGBx|BGRA|RGBA] [--size WxH] [--position X,Y]
 //                              [--memptr] [--no-placement] [--cursor-modes N]
+//                              [--respond-before-reply]
 
 #include "ScreenCastPortalService.h"
 
@@ -34,6 +35,8 @@ int main(int argc, char *argv[])
             ++i;
         } else if (argument == QLatin1String("--memptr")) {
             settings.producer.memPtr = true;
+        } else if (argument == QLatin1String("--respond-before-reply")) {
+            settings.respondBeforeReply = true;
         } else if (argument == QLatin1String("--no-placement")) {
             settings.reportPlacement = false;
         } else if (argument == QLatin1String("--cursor-modes")) {
