@@ -26,9 +26,15 @@ std::uint32_t PortalCaptureBackend::displayIDForScreen(const QScreen &screen)
     return m_numbering.displayIDForScreen(screen);
 }
 
+std::shared_ptr<ScreenCastSession> PortalCaptureBackend::currentSession() const
+{
+    std::shared_ptr<ScreenCastSession> session = m_granted ? m_granted : m_taken.lock();
+    return session && session->isOpen() ? session : nullptr;
+}
+
 void PortalCaptureBackend::requestAccess(std::function<void(bool granted)> done)
 {
-    if (m_session && m_session->isOpen()) {
+    if (currentSession()) {
         if (done) {
             QMetaObject::invokeMethod(
                 &m_context, [done = std::move(done)] { done(true); }, Qt::QueuedConnection);
@@ -40,7 +46,7 @@ void PortalCaptureBackend::requestAccess(std::function<void(bool granted)> done)
         return;
     }
     m_error.reset();
-    m_session.reset();
+    m_granted.reset();
     m_opening = std::make_unique<ScreenCastSession>(m_options.bus);
     const QString token = m_options.restoreTokens.load ? m_options.restoreTokens.load() : QString();
     m_opening->open(token, [this](const SessionOutcome &outcome) {
@@ -52,7 +58,13 @@ void PortalCaptureBackend::requestAccess(std::function<void(bool granted)> done)
             if (!session->restoreToken().isEmpty() && m_options.restoreTokens.save) {
                 m_options.restoreTokens.save(session->restoreToken());
             }
-            m_session = std::move(session);
+            // Closed by whoever lets go of it last; deleted from the event loop, never inside
+            // one of its own callbacks.
+            m_granted = std::shared_ptr<ScreenCastSession>(session.release(),
+                                                           [](ScreenCastSession *released) {
+                                                               released->close();
+                                                               released->deleteLater();
+                                                           });
             break;
         case SessionOutcome::Kind::cancelled:
             granted = false;
@@ -115,7 +127,10 @@ PortalCaptureBackend::createStream(const ContentFilter &filter,
         list = [this] { return m_numbering.displays(); };
     }
     // A stream without a session fails to start with the reason.
-    return std::make_unique<PortalCaptureStream>(std::move(m_session), std::move(list), filter,
+    std::shared_ptr<ScreenCastSession> session = currentSession();
+    m_granted.reset();
+    m_taken = session;
+    return std::make_unique<PortalCaptureStream>(std::move(session), std::move(list), filter,
                                                  configuration);
 }
 

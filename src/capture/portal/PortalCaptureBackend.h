@@ -30,9 +30,10 @@ struct RestoreTokenStore
 // requestAccess opens a portal session: the desktop asks the user which monitor to share
 // (unless a stored restore token answers for the user) and starts the screen cast. A refusal
 // is "not granted"; a missing or failing portal is granted, and the failure's reason then
-// fails loadShareableContent, so that the engine reports it. Each stream takes over the
-// session granted before it and ends it when it stops: a new start opens a new session, which
-// the restore token lets through without a dialog.
+// fails loadShareableContent, so that the engine reports it. The streams made after a grant
+// share its session (a start that was stopped meanwhile may still make one before it notices);
+// once the last of them stops, the screen cast ends, and a new start opens a new session,
+// which the restore token lets through without a dialog.
 //
 // No portal lets an application leave its own windows out of a monitor's picture; the
 // content lists no windows (the portal cannot), and Lookpane's windows must stay off the
@@ -62,11 +63,15 @@ public:
 
 private:
     std::vector<PortalDisplay> displays();
+    // The session that streams made now use: the granted one, else the one streams hold.
+    std::shared_ptr<ScreenCastSession> currentSession() const;
 
     QObject m_context; // main-thread anchor of queued completions and of the session
     Options m_options;
     ScreenNumbering m_numbering;
-    std::unique_ptr<ScreenCastSession> m_session; // granted, not yet taken by a stream
+    // Granted and not yet taken by a stream; then held by the streams alone.
+    std::shared_ptr<ScreenCastSession> m_granted;
+    std::weak_ptr<ScreenCastSession> m_taken;
     std::unique_ptr<ScreenCastSession> m_opening; // asking the portal
     std::vector<std::function<void(bool)>> m_waiting;
     std::optional<QString> m_error; // why the last session could not be opened

@@ -5,6 +5,7 @@
 #include "capture/portal/ScreenCastSession.h"
 #include "model/DevicePixels.h"
 
+#include <QDBusUnixFileDescriptor>
 #include <QMetaObject>
 
 #include <unistd.h>
@@ -49,7 +50,7 @@ QSize PortalCrop::frameSize() const
     return QSize(side(configuration.width), side(configuration.height));
 }
 
-PortalCaptureStream::PortalCaptureStream(std::unique_ptr<ScreenCastSession> session,
+PortalCaptureStream::PortalCaptureStream(std::shared_ptr<ScreenCastSession> session,
                                          PortalDisplayList displays, const ContentFilter &filter,
                                          const StreamConfiguration &configuration)
     : m_session(std::move(session)), m_displays(std::move(displays)),
@@ -124,12 +125,31 @@ void PortalCaptureStream::startCapture(CaptureCompletion done)
         complete(std::move(done), invalid);
         return;
     }
-    // PipeWire takes its own copy of the connection; the session keeps the portal's.
-    const int fd = dup(m_session->pipeWireRemote().fileDescriptor());
-    if (fd < 0) {
-        complete(std::move(done), QStringLiteral("The portal's PipeWire connection is unusable"));
-        return;
-    }
+    m_startCompletion = std::move(done);
+    m_startTimer.start(startTimeout);
+    QObject::connect(m_session.get(), &ScreenCastSession::closed, &m_context,
+                     [this] { ended(QStringLiteral("the desktop ended the screen cast")); });
+    m_session->openPipeWireRemote(
+        &m_context, [this](const QDBusUnixFileDescriptor &remote, const QString &error) {
+            if (!m_startCompletion) {
+                return; // stopped meanwhile
+            }
+            if (!remote.isValid()) {
+                finishStart(error);
+                return;
+            }
+            // PipeWire takes over a descriptor of its own.
+            const int fd = dup(remote.fileDescriptor());
+            if (fd < 0) {
+                finishStart(QStringLiteral("The portal's PipeWire connection is unusable"));
+                return;
+            }
+            connectPipeWire(fd);
+        });
+}
+
+void PortalCaptureStream::connectPipeWire(int fd)
+{
     PipeWireStream::Callbacks callbacks;
     callbacks.onPicture = [this](const StreamPicture &picture, std::int64_t timestampNs) {
         deliver(picture, timestampNs);
@@ -146,13 +166,8 @@ void PortalCaptureStream::startCapture(CaptureCompletion done)
     m_pipeWire =
         PipeWireStream::connect(fd, m_session->stream().nodeID, std::move(callbacks), &error);
     if (!m_pipeWire) {
-        complete(std::move(done), error);
-        return;
+        finishStart(error);
     }
-    QObject::connect(m_session.get(), &ScreenCastSession::closed, &m_context,
-                     [this] { ended(QStringLiteral("the desktop ended the screen cast")); });
-    m_startCompletion = std::move(done);
-    m_startTimer.start(startTimeout);
 }
 
 void PortalCaptureStream::finishStart(CaptureError error)
@@ -177,6 +192,10 @@ void PortalCaptureStream::ended(const QString &reason)
     }
     m_ended = true;
     qCDebug(lcCapturePortal).noquote() << "Screen cast ended:" << reason;
+    // Nothing more comes of this session: the next start asks for a new one.
+    if (m_session) {
+        m_session->close();
+    }
     if (onStopped) {
         onStopped(reason);
     }
@@ -207,9 +226,8 @@ void PortalCaptureStream::stopCapture(CaptureCompletion done)
 {
     m_startTimer.stop();
     m_pipeWire.reset();
-    if (m_session) {
-        m_session->close();
-    }
+    // The screen cast ends once no stream holds the session any more.
+    m_session.reset();
     if (CaptureCompletion pending = std::exchange(m_startCompletion, nullptr)) {
         complete(std::move(pending), QStringLiteral("The capture stream was stopped"));
     }

@@ -34,15 +34,16 @@ struct PortalCrop
 // A capture stream over a granted ScreenCast portal session: the portal's PipeWire stream of
 // one monitor, cropped to the configured rectangle on the stream's thread and delivered as
 // complete samples; a picture identical to the last one delivered is not delivered again. The
-// stream owns the session: stopping the stream ends the screen cast. Completions run on the
-// main thread.
+// streams of a session share it: once none holds it any more, the screen cast ends. A stream
+// that the desktop ends closes the session, so the next start asks for a new one. Completions
+// run on the main thread.
 class PortalCaptureStream : public CaptureStream
 {
 public:
     // How long the portal's stream may take to deliver its first picture.
     static constexpr std::chrono::seconds startTimeout{10};
 
-    PortalCaptureStream(std::unique_ptr<ScreenCastSession> session, PortalDisplayList displays,
+    PortalCaptureStream(std::shared_ptr<ScreenCastSession> session, PortalDisplayList displays,
                         const ContentFilter &filter, const StreamConfiguration &configuration);
     ~PortalCaptureStream() override;
 
@@ -63,6 +64,7 @@ private:
     };
 
     void complete(CaptureCompletion done, CaptureError error);
+    void connectPipeWire(int fd);
     void finishStart(CaptureError error);
     void ended(const QString &reason);
     void deliver(const StreamPicture &picture, std::int64_t timestampNs);
@@ -70,7 +72,7 @@ private:
 
     // Main-thread anchor of queued work; declared first so that it goes last.
     QObject m_context;
-    std::unique_ptr<ScreenCastSession> m_session;
+    std::shared_ptr<ScreenCastSession> m_session;
     PortalDisplayList m_displays;
     std::shared_ptr<Shared> m_shared;
     CaptureError m_displayError;

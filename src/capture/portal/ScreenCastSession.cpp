@@ -7,6 +7,7 @@
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QMetaObject>
 #include <QRandomGenerator>
 
 #include <utility>
@@ -290,28 +291,34 @@ void ScreenCastSession::start()
             }
             m_stream = streams.front();
             m_restoreToken = results.value(QStringLiteral("restore_token")).toString();
-            openRemote();
+            finish({SessionOutcome::Kind::granted, {}});
         });
 }
 
-void ScreenCastSession::openRemote()
+void ScreenCastSession::openPipeWireRemote(QObject *context, RemoteCompletion done)
 {
+    if (!m_isOpen) {
+        QMetaObject::invokeMethod(
+            context, [done] { done({}, QStringLiteral("The screen-sharing session has ended")); },
+            Qt::QueuedConnection);
+        return;
+    }
     QDBusMessage message = QDBusMessage::createMethodCall(
         QString::fromLatin1(portalService), QString::fromLatin1(portalPath),
         QString::fromLatin1(screenCastInterface), QStringLiteral("OpenPipeWireRemote"));
     message.setArguments({QVariant::fromValue(QDBusObjectPath(m_sessionHandle)), QVariantMap()});
-    auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(message), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
+    auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(message), context);
+    connect(watcher, &QDBusPendingCallWatcher::finished, context, [watcher, done] {
         watcher->deleteLater();
         const QDBusPendingReply<QDBusUnixFileDescriptor> reply = *watcher;
         if (reply.isError() || !reply.value().isValid()) {
-            fail(QStringLiteral("the desktop gave no PipeWire connection for the screen cast (%1)")
-                     .arg(reply.isError() ? reply.error().message()
-                                          : QStringLiteral("no file descriptor")));
+            done({}, QStringLiteral("The desktop gave no PipeWire connection for the screen "
+                                    "cast (%1)")
+                         .arg(reply.isError() ? reply.error().message()
+                                              : QStringLiteral("no file descriptor")));
             return;
         }
-        m_remote = reply.value();
-        finish({SessionOutcome::Kind::granted, {}});
+        done(reply.value(), QString());
     });
 }
 

@@ -41,7 +41,7 @@ struct SessionOutcome
 {
     enum class Kind
     {
-        granted,   // a stream was chosen and the PipeWire remote is open
+        granted,   // a stream was chosen and the screen cast runs
         cancelled, // the user refused
         failed     // the portal is missing or failed; `error` says why
     };
@@ -50,8 +50,8 @@ struct SessionOutcome
 };
 
 // One ScreenCast portal session on the session bus: CreateSession, SelectSources (one monitor,
-// the cursor left out where the portal offers that, persistent permission), Start and
-// OpenPipeWireRemote, each answered through the Response signal of a Request object. The
+// the cursor left out where the portal offers that, persistent permission) and Start, each
+// answered through the Response signal of a Request object. The
 // portal's dialog may take as long as the user needs; nothing here times out. Main thread only.
 // Closing (or destroying) the session ends the screen cast on the desktop's side.
 class ScreenCastSession : public QObject
@@ -73,9 +73,14 @@ public:
     void close();
 
     bool isOpen() const { return m_isOpen; }
-    // The granted stream and the PipeWire connection that reaches it; valid once granted.
+    // The granted stream; valid once granted.
     const PortalStream &stream() const { return m_stream; }
-    const QDBusUnixFileDescriptor &pipeWireRemote() const { return m_remote; }
+    // Asks the portal for a PipeWire connection that reaches the granted stream (one per
+    // reader: a connection cannot be shared). `done` runs later on this thread, unless
+    // `context` is gone by then, with the connection or why there is none.
+    using RemoteCompletion =
+        std::function<void(const QDBusUnixFileDescriptor &remote, const QString &error)>;
+    void openPipeWireRemote(QObject *context, RemoteCompletion done);
     // The token that restores this session's choice later; empty when the portal gave none.
     const QString &restoreToken() const { return m_restoreToken; }
 
@@ -95,7 +100,6 @@ private:
                  ResponseHandler handler);
     void selectSources(const QString &restoreToken);
     void start();
-    void openRemote();
     void finish(SessionOutcome outcome);
     void fail(const QString &error);
     QString nextToken();
@@ -111,7 +115,6 @@ private:
     std::uint32_t m_version = 0;
     std::uint32_t m_cursorModes = 0;
     PortalStream m_stream;
-    QDBusUnixFileDescriptor m_remote;
     QString m_restoreToken;
     int m_tokenCount = 0;
 };

@@ -256,6 +256,54 @@ TEST_F(PortalCaptureTest, ResponsesThatArriveBeforeTheirRepliesAreFollowed)
     EXPECT_TRUE(waitForFrames(1));
 }
 
+TEST_F(PortalCaptureTest, StopWhileTheDialogIsOpenLeavesIdleAndTheAnswerChangesNothing)
+{
+    startPortal({});
+    harness->setHoldDialog(true);
+    engine->start(boxAt(30, 20));
+    ASSERT_TRUE(waitUntil([&] { return harness->dialogCount() == 1; }));
+    engine->stop();
+    harness->setHoldDialog(false);
+    // The answer arrives and the stream is granted; the stopped start does nothing with it.
+    ASSERT_TRUE(waitUntil([&] { return !storedToken.isEmpty(); }));
+    drainEvents();
+    EXPECT_TRUE(engine->state().isIdle()) << engine->state().description().toStdString();
+    EXPECT_FALSE(engine->isRunning());
+    EXPECT_TRUE(frames.empty());
+
+    // The next start takes what the desktop granted: no second dialog.
+    ASSERT_TRUE(startAndWaitForRunning());
+    EXPECT_TRUE(waitForFrames(1));
+    EXPECT_EQ(harness->dialogCount(), 1);
+}
+
+TEST_F(PortalCaptureTest, AStartAfterAStopWhileTheDialogIsOpenWaitsForTheSameDialog)
+{
+    startPortal({});
+    harness->setHoldDialog(true);
+    engine->start(boxAt(30, 20));
+    ASSERT_TRUE(waitUntil([&] { return harness->dialogCount() == 1; }));
+    engine->stop();
+    states.clear();
+    engine->start(boxAt(30, 20));
+    harness->setHoldDialog(false);
+    ASSERT_TRUE(waitUntil([&] { return !states.empty() && !states.back().isStarting(); },
+                          std::chrono::seconds(30)));
+    EXPECT_TRUE(states.back().isRunning()) << states.back().description().toStdString();
+    EXPECT_TRUE(waitForFrames(1));
+    EXPECT_EQ(harness->dialogCount(), 1);
+}
+
+TEST_F(PortalCaptureTest, TwoQuickStartsAskOnce)
+{
+    startPortal({});
+    engine->start(boxAt(30, 20));
+    ASSERT_TRUE(startAndWaitForRunning());
+    EXPECT_TRUE(waitForFrames(1));
+    EXPECT_EQ(harness->dialogCount(), 1);
+    EXPECT_EQ(harness->openSessions(), 1);
+}
+
 TEST_F(PortalCaptureTest, WithoutAPortalTheStartFailsWithTheReason)
 {
     testing::SessionBus bus;

@@ -96,6 +96,11 @@ void ScreenCastPortalHarness::setCancelDialog(bool cancel)
     control(QStringLiteral("SetCancelDialog"), {cancel});
 }
 
+void ScreenCastPortalHarness::setHoldDialog(bool hold)
+{
+    control(QStringLiteral("SetHoldDialog"), {hold});
+}
+
 void ScreenCastPortalHarness::setAnimated(bool animated)
 {
     control(QStringLiteral("SetAnimated"), {animated});

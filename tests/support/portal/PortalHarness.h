@@ -54,6 +54,8 @@ public:
 
     // The portal's remote control.
     void setCancelDialog(bool cancel);
+    // Held, the dialog stays open until released.
+    void setHoldDialog(bool hold);
     void setAnimated(bool animated);
     // The desktop's side of every stream goes away (the producer dies).
     void endStreams();

@@ -101,6 +101,7 @@ public:
 
 public Q_SLOTS:
     void SetCancelDialog(bool cancel) { m_service->setCancelDialog(cancel); }
+    void SetHoldDialog(bool hold) { m_service->setHoldDialog(hold); }
     void SetAnimated(bool animated) { m_service->setAnimated(animated); }
     void EndStreams() { m_service->endStreams(); }
     int DialogCount() { return m_service->dialogCount(); }
@@ -230,7 +231,34 @@ QDBusObjectPath ScreenCastPortalService::Start(const QDBusObjectPath &sessionPat
             return QDBusObjectPath(request);
         }
     }
-    const QString path = sessionPath.path();
+    if (m_holdDialog) {
+        m_heldStarts.emplace_back(sessionPath.path(), request);
+        return QDBusObjectPath(request);
+    }
+    startStream(sessionPath.path(), request);
+    return QDBusObjectPath(request);
+}
+
+void ScreenCastPortalService::setHoldDialog(bool hold)
+{
+    m_holdDialog = hold;
+    if (hold) {
+        return;
+    }
+    for (const auto &[sessionPath, request] : std::exchange(m_heldStarts, {})) {
+        startStream(sessionPath, request);
+    }
+}
+
+void ScreenCastPortalService::startStream(const QString &path, const QString &request)
+{
+    const auto open = m_sessions.find(path);
+    if (open == m_sessions.end()) {
+        // Closed while the dialog was open.
+        respond(request, 2, {});
+        return;
+    }
+    Session *entry = &open->second;
     entry->producer = std::make_unique<PatternProducer>(
         m_settings.producer, [this, path, request](std::uint32_t node) {
             QMetaObject::invokeMethod(
@@ -270,7 +298,6 @@ QDBusObjectPath ScreenCastPortalService::Start(const QDBusObjectPath &sessionPat
         entry->producer.reset();
         respond(request, 2, {});
     }
-    return QDBusObjectPath(request);
 }
 
 QDBusUnixFileDescriptor ScreenCastPortalService::OpenPipeWireRemote(const QDBusObjectPath &path,

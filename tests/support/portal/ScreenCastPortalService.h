@@ -13,6 +13,8 @@
 
 #include <map>
 #include <memory>
+#include <utility>
+#include <vector>
 
 namespace lookpane::testing {
 
@@ -66,6 +68,8 @@ public Q_SLOTS:
 
     // Control, for tests (on the control object).
     void setCancelDialog(bool cancel) { m_cancelDialog = cancel; }
+    // Held, the dialog stays open (Start does not answer) until released.
+    void setHoldDialog(bool hold);
     void setAnimated(bool animated);
     void endStreams();
     int dialogCount() const { return m_dialogs; }
@@ -92,12 +96,15 @@ private:
     QString requestPath(const QDBusMessage &message, const QVariantMap &options);
     void respond(const QString &requestPath, uint response, const QVariantMap &results);
     Session *session(const QDBusObjectPath &path, const QDBusMessage &message);
+    void startStream(const QString &sessionPath, const QString &requestPath);
 
     QDBusConnection m_bus;
     PortalServiceSettings m_settings;
     std::map<QString, Session> m_sessions;
     QSet<QString> m_issuedTokens;
     bool m_cancelDialog = false;
+    bool m_holdDialog = false;
+    std::vector<std::pair<QString, QString>> m_heldStarts; // session and request paths
     bool m_animated = true;
     int m_dialogs = 0;
     int m_tokensIssued = 0;
