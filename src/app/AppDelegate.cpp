@@ -3,6 +3,7 @@
 #include "app/AppLog.h"
 #include "app/LookpaneWindowController.h"
 #include "capture/ScreenCaptureEngine.h"
+#include "capture/portal/PortalCaptureBackend.h"
 #include "capture/x11/X11CaptureBackend.h"
 #include "capture/x11/X11WindowRedirection.h"
 #include "frame/BorderlessWindow.h"
@@ -98,6 +99,22 @@ void AppDelegate::applicationDidFinishLaunching()
     m_windowController =
         std::make_unique<LookpaneWindowController>(m_preferences, framePreferences.restoredFrame());
     std::unique_ptr<CaptureBackend> backend = std::move(m_givenBackend);
+    // A given backend of a kind Lookpane knows names the screens its own way too.
+    m_portalBackend = dynamic_cast<portal::PortalCaptureBackend *>(backend.get());
+    if (!backend && m_captureKind == CaptureKind::portal) {
+        // The desktop's dialog asks once: the token it gives lets later sessions through.
+        portal::PortalCaptureBackend::Options options;
+        options.restoreTokens.load = [this] {
+            return m_preferences.stringValue(QString::fromLatin1(restoreTokenKey))
+                .value_or(QString());
+        };
+        options.restoreTokens.save = [this](const QString &token) {
+            m_preferences.setValue(QString::fromLatin1(restoreTokenKey), token);
+        };
+        auto portalBackend = std::make_unique<portal::PortalCaptureBackend>(std::move(options));
+        m_portalBackend = portalBackend.get();
+        backend = std::move(portalBackend);
+    }
     if (!backend) {
         auto x11Backend = std::make_unique<x11::X11CaptureBackend>();
         m_backend = x11Backend.get();
@@ -519,10 +536,17 @@ std::optional<CaptureDisplay> AppDelegate::captureDisplay(QScreen *screen) const
         return std::nullopt;
     }
     QScreen *primary = QGuiApplication::primaryScreen();
-    const std::optional<std::uint32_t> mainID =
-        primary && m_backend ? m_backend->displayIDForScreen(*primary) : std::nullopt;
-    const std::optional<std::uint32_t> screenID =
-        m_backend ? m_backend->displayIDForScreen(*screen) : std::nullopt;
+    const auto idOf = [this](QScreen *of) -> std::optional<std::uint32_t> {
+        if (!of) {
+            return std::nullopt;
+        }
+        if (m_portalBackend) {
+            return m_portalBackend->displayIDForScreen(*of);
+        }
+        return m_backend ? m_backend->displayIDForScreen(*of) : std::nullopt;
+    };
+    const std::optional<std::uint32_t> mainID = idOf(primary);
+    const std::optional<std::uint32_t> screenID = idOf(screen);
     CaptureDisplay display;
     display.id = displayIDForScreen(screenID, mainID.value_or(0));
     display.frame = screenRectFromQt(QRectF(screen->geometry()), primaryScreenGeometry());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/CommandLine.h"
 #include "capture/CaptureBackend.h"
 #include "capture/CaptureDisplay.h"
 #include "capture/ScreenCaptureState.h"
@@ -36,6 +37,9 @@ namespace x11 {
 class X11CaptureBackend;
 class X11WindowRedirection;
 } // namespace x11
+namespace portal {
+class PortalCaptureBackend;
+} // namespace portal
 
 // The application controller: creates the long-lived objects, wires the frame window
 // controller to the capture engine, and turns capture states into the messages the preview
@@ -51,6 +55,12 @@ public:
                          std::unique_ptr<HotKeyBackend> hotKeyBackend = {},
                          QObject *parent = nullptr);
     ~AppDelegate() override;
+
+    // How to capture when no backend was given: from the X server (the default), or through
+    // the desktop's ScreenCast portal. Before the launch.
+    void useCapture(CaptureKind kind) { m_captureKind = kind; }
+    // The settings key of the ScreenCast portal's restore token.
+    static constexpr const char *restoreTokenKey = "ScreenCastRestoreToken";
 
     // The launch sequence: creates and wires everything, then shows the frame, which starts
     // capture.
@@ -127,7 +137,9 @@ private:
     std::unique_ptr<GlobalHotKeyCenter> m_hotKeys;
     std::set<ShortcutAction> m_hotKeyConflicts;
     std::unique_ptr<CaptureBackend> m_givenBackend; // until the engine takes it
-    x11::X11CaptureBackend *m_backend = nullptr;    // owned by the engine; none when given one
+    CaptureKind m_captureKind = CaptureKind::x11;
+    x11::X11CaptureBackend *m_backend = nullptr; // owned by the engine; none when given one
+    portal::PortalCaptureBackend *m_portalBackend = nullptr; // the same, in portal capture
     std::unique_ptr<LookpaneWindowController> m_windowController;
     std::unique_ptr<ScreenCaptureEngine> m_captureEngine;
     std::unique_ptr<x11::X11WindowRedirection> m_shareWindowRedirection;

@@ -17,6 +17,13 @@ CommandLineRequest readCommandLine(const QStringList &arguments)
                        "video meetings."));
     const QCommandLineOption help = parser.addHelpOption();
     const QCommandLineOption version = parser.addVersionOption();
+    const QCommandLineOption capture(
+        QStringLiteral("capture"),
+        QStringLiteral("How to capture the screen: x11 (from the X server) or portal (the "
+                       "desktop's screen-sharing portal, as in Wayland sessions). By default "
+                       "portal in a Wayland session, x11 otherwise."),
+        QStringLiteral("x11|portal"));
+    parser.addOption(capture);
 
     CommandLineRequest request;
     if (!parser.parse(arguments)) {
@@ -28,11 +35,19 @@ CommandLineRequest readCommandLine(const QStringList &arguments)
     } else if (parser.isSet(version)) {
         request.output = QCoreApplication::applicationName() + QLatin1Char(' ') +
                          QCoreApplication::applicationVersion() + QLatin1Char('\n');
+    } else if (parser.isSet(capture) && chooseCapture(parser.value(capture), QString()).problem) {
+        request.output = QStringLiteral("lookpane: %1; see lookpane --help\n")
+                             .arg(*chooseCapture(parser.value(capture), QString()).problem);
+        request.toStandardError = true;
+        request.exitCode = 2;
     } else if (!parser.positionalArguments().isEmpty()) {
         request.output = QStringLiteral("lookpane: unexpected argument '%1'; see lookpane --help\n")
                              .arg(parser.positionalArguments().constFirst());
         request.toStandardError = true;
         request.exitCode = 2;
+    }
+    if (parser.isSet(capture)) {
+        request.capture = parser.value(capture);
     }
     return request;
 }
@@ -68,6 +83,22 @@ PlatformChoice choosePlatform(const QByteArray &requested)
             QStringLiteral("Lookpane needs X11 (Qt's xcb platform), but QT_QPA_PLATFORM asks for "
                            "\"%1\"; unset it or set it to xcb")
                 .arg(QString::fromLocal8Bit(trimmed))};
+}
+
+CaptureChoice chooseCapture(const std::optional<QString> &requested, const QString &waylandDisplay)
+{
+    if (requested) {
+        if (*requested == QLatin1String("x11")) {
+            return {CaptureKind::x11, std::nullopt};
+        }
+        if (*requested == QLatin1String("portal")) {
+            return {CaptureKind::portal, std::nullopt};
+        }
+        return {CaptureKind::x11,
+                QStringLiteral("--capture takes x11 or portal, not \"%1\"").arg(*requested)};
+    }
+    // Under XWayland the X server shows only X11 windows: the desktop's portal sees them all.
+    return {waylandDisplay.isEmpty() ? CaptureKind::x11 : CaptureKind::portal, std::nullopt};
 }
 
 } // namespace lookpane

@@ -16,9 +16,12 @@ struct CommandLineRequest
     std::optional<QString> output;
     bool toStandardError = false;
     int exitCode = 0;
+    // The value of --capture, if given (checked by chooseCapture).
+    std::optional<QString> capture;
 };
 
-// Reads `arguments` (argv, the program's name first) with the options --help and --version.
+// Reads `arguments` (argv, the program's name first) with the options --help, --version and
+// --capture <x11|portal>.
 // Needs a QCoreApplication for the program's name and version, no display.
 CommandLineRequest readCommandLine(const QStringList &arguments);
 
@@ -41,5 +44,24 @@ struct PlatformChoice
 // a name with options after ':'). Any other platform alone is refused: Lookpane's windows do
 // not work on it (offscreen, minimal, a Wayland compositor's own).
 PlatformChoice choosePlatform(const QByteArray &requested);
+
+// How the screen is captured: from the X server (an X11 session), or through the desktop's
+// ScreenCast portal and PipeWire (a Wayland session, where XWayland shows only X11 windows).
+enum class CaptureKind
+{
+    x11,
+    portal
+};
+
+struct CaptureChoice
+{
+    CaptureKind kind = CaptureKind::x11;
+    // Why the request cannot be followed, in one line; none when it can.
+    std::optional<QString> problem;
+};
+
+// The capture for `requested` (--capture's value: "x11" or "portal"), else for the session: the
+// portal where WAYLAND_DISPLAY (`waylandDisplay`) is set, X11 otherwise.
+CaptureChoice chooseCapture(const std::optional<QString> &requested, const QString &waylandDisplay);
 
 } // namespace lookpane

@@ -18,8 +18,9 @@ void describeApplication()
     QCoreApplication::setApplicationVersion(QStringLiteral(LOOKPANE_VERSION));
 }
 
-// --help, --version and mistakes are answered without a display; none to go on.
-std::optional<int> answerCommandLine(int argc, char *argv[])
+// --help, --version and mistakes are answered without a display; none to go on, with the
+// capture to use in `capture`.
+std::optional<int> answerCommandLine(int argc, char *argv[], lookpane::CaptureKind *capture)
 {
     QCoreApplication commandLine(argc, argv);
     describeApplication();
@@ -38,6 +39,8 @@ std::optional<int> answerCommandLine(int argc, char *argv[])
         std::fprintf(stderr, "lookpane: %s\n", qPrintable(*problem));
         return 1;
     }
+    *capture =
+        lookpane::chooseCapture(request.capture, qEnvironmentVariable("WAYLAND_DISPLAY")).kind;
     return std::nullopt;
 }
 
@@ -45,7 +48,8 @@ std::optional<int> answerCommandLine(int argc, char *argv[])
 
 int main(int argc, char *argv[])
 {
-    if (const std::optional<int> exitCode = answerCommandLine(argc, argv)) {
+    lookpane::CaptureKind capture = lookpane::CaptureKind::x11;
+    if (const std::optional<int> exitCode = answerCommandLine(argc, argv, &capture)) {
         return *exitCode;
     }
     // Lookpane's windows need X11; in a Wayland session they run on XWayland.
@@ -67,6 +71,7 @@ int main(int argc, char *argv[])
 
     lookpane::Preferences preferences;
     lookpane::AppDelegate delegate(preferences);
+    delegate.useCapture(capture);
     QObject::connect(&instance, &lookpane::SingleInstance::reopenRequested, &delegate,
                      &lookpane::AppDelegate::applicationShouldHandleReopen);
     QObject::connect(&app, &QApplication::aboutToQuit, &delegate,

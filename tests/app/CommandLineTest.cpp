@@ -79,6 +79,32 @@ TEST(CommandLine, AnUnknownOptionIsAMistakeSaidOnStandardError)
     EXPECT_TRUE(outcome.err.contains(QStringLiteral("frobnicate"))) << outcome.err.toStdString();
 }
 
+TEST(CommandLine, HelpNamesTheCaptureChoice)
+{
+    const Outcome outcome = runLookpane({QStringLiteral("--help")});
+    EXPECT_TRUE(outcome.out.contains(QStringLiteral("--capture <x11|portal>")))
+        << outcome.out.toStdString();
+}
+
+TEST(CommandLine, AnUnknownCaptureIsAMistakeSaidOnStandardError)
+{
+    const Outcome outcome = runLookpane({QStringLiteral("--capture"), QStringLiteral("pipewire")});
+    ASSERT_FALSE(outcome.crashed);
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.err, QStringLiteral("lookpane: --capture takes x11 or portal, not "
+                                          "\"pipewire\"; see lookpane --help\n"));
+}
+
+TEST(CommandLine, PortalCaptureStillNeedsAnXDisplayAndSaysSo)
+{
+    // A Wayland session without XWayland: Lookpane's windows have nowhere to go.
+    const Outcome outcome = runLookpane({QStringLiteral("--capture"), QStringLiteral("portal")});
+    ASSERT_FALSE(outcome.crashed);
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_TRUE(outcome.err.contains(QStringLiteral("DISPLAY is not set")))
+        << outcome.err.toStdString();
+}
+
 TEST(CommandLine, WithoutADisplayLookpaneSaysSoInOneLineAndExitsWithOne)
 {
     const Outcome outcome = runLookpane({});

@@ -3,6 +3,7 @@
 #include "annotation/canvas/AnnotationCanvasView.h"
 #include "app/LookpaneWindowController.h"
 #include "capture/ScreenCaptureEngine.h"
+#include "capture/portal/PortalCaptureBackend.h"
 #include "capture/x11/X11CaptureBackend.h"
 #include "frame/FrameGeometry.h"
 #include "model/Preferences.h"
