@@ -1,2 +1,0 @@
-// Rendering is independent of the window system: this must not compile.
-#include "platform/x11/X11WindowTraits.h"
