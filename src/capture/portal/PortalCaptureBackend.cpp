@@ -71,9 +71,9 @@ void PortalCaptureBackend::requestAccess(std::function<void(bool granted)> done)
             break;
         case SessionOutcome::Kind::failed:
             // Granted as far as the user is concerned: the engine asks for the content next
-            // and reports this reason.
+            // and reports this reason (as a warning of its own).
             m_error = outcome.error;
-            qCWarning(lcCapturePortal).noquote()
+            qCDebug(lcCapturePortal).noquote()
                 << "The screen-sharing portal could not be used:" << outcome.error;
             break;
         }
