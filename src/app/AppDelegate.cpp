@@ -493,6 +493,9 @@ void AppDelegate::showAbout()
         if (!icon.isNull()) {
             m_aboutBox->setIconPixmap(icon.pixmap(64, 64));
         }
+        // Above the box and the share window, which stay on top: below them it would open
+        // out of sight.
+        m_aboutBox->setWindowFlag(Qt::WindowStaysOnTopHint, true);
         X11WindowTraits::setWindowType(m_aboutBox.get(), X11WindowTraits::WindowType::dialog);
     }
     m_aboutBox->show();

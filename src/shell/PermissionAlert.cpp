@@ -32,6 +32,8 @@ void PermissionAlert::show()
     auto *box = new QMessageBox(QMessageBox::Warning, title(),
                                 QStringLiteral("Screen Recording permission required"));
     box->setAttribute(Qt::WA_DeleteOnClose);
+    // Above Lookpane's own windows, which stay on top: below them it would open out of sight.
+    box->setWindowFlag(Qt::WindowStaysOnTopHint, true);
     X11WindowTraits::setWindowType(box, X11WindowTraits::WindowType::dialog);
     box->setInformativeText(QStringLiteral(
         "Lookpane needs permission to record the screen to mirror the apps beneath the Lookpane "

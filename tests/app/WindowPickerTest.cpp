@@ -247,4 +247,22 @@ TEST_F(WindowPicker, TheAboutBoxIsNotOfferedWhileTheShareWindowStillIs)
     EXPECT_FALSE(about()->offered) << describe(lookpane);
     EXPECT_EQ(about()->types, QStringList{"_NET_WM_WINDOW_TYPE_DIALOG"}) << describe(lookpane);
     expectOnlyTheShareWindowOffered();
+
+    // It opens in sight: in front of the box and the share window it lies over, which stay on
+    // top. The listing runs front to back.
+    const auto frontOf = [&](const QString &title) {
+        const auto box = std::find_if(lookpane.begin(), lookpane.end(), [](const auto &window) {
+            return window.title == QStringLiteral("About Lookpane");
+        });
+        const auto other = std::find_if(lookpane.begin(), lookpane.end(),
+                                        [&](const auto &window) { return window.title == title; });
+        return box != lookpane.end() && other != lookpane.end() && box < other;
+    };
+    EXPECT_TRUE(eventually([&] {
+        const std::optional<PickerListing> listing = listPickerWindows(display());
+        lookpane = listing ? ofProcess(listing->applicationWindows, m_lookpane->pid())
+                           : std::vector<PickerWindow>{};
+        return frontOf(QStringLiteral("Lookpane box")) && frontOf(QStringLiteral("Lookpane"));
+    })) << "the About box opened behind Lookpane's windows:"
+        << describe(lookpane);
 }
