@@ -1,5 +1,6 @@
 #include "capture/portal/PortalCaptureStream.h"
 
+#include "capture/CompleteLater.h"
 #include "capture/portal/CapturePortalLog.h"
 #include "capture/portal/PipeWireStream.h"
 #include "capture/portal/ScreenCastSession.h"
@@ -92,16 +93,6 @@ std::optional<PortalDisplay> PortalCaptureStream::display(std::uint32_t displayI
     return std::nullopt;
 }
 
-void PortalCaptureStream::complete(CaptureCompletion done, CaptureError error)
-{
-    if (!done) {
-        return;
-    }
-    QMetaObject::invokeMethod(
-        &m_context, [done = std::move(done), error = std::move(error)] { done(error); },
-        Qt::QueuedConnection);
-}
-
 CaptureError PortalCaptureStream::addStreamOutput()
 {
     return std::nullopt;
@@ -110,19 +101,21 @@ CaptureError PortalCaptureStream::addStreamOutput()
 void PortalCaptureStream::startCapture(CaptureCompletion done)
 {
     if (m_pipeWire || m_startCompletion) {
-        complete(std::move(done), QStringLiteral("The capture stream is already running"));
+        completeLater(m_context, std::move(done),
+                      QStringLiteral("The capture stream is already running"));
         return;
     }
     if (!m_session || !m_session->isOpen()) {
-        complete(std::move(done), QStringLiteral("The screen-sharing session has ended"));
+        completeLater(m_context, std::move(done),
+                      QStringLiteral("The screen-sharing session has ended"));
         return;
     }
     if (m_displayError) {
-        complete(std::move(done), m_displayError);
+        completeLater(m_context, std::move(done), m_displayError);
         return;
     }
     if (CaptureError invalid = validate(m_shared->crop.configuration)) {
-        complete(std::move(done), invalid);
+        completeLater(m_context, std::move(done), invalid);
         return;
     }
     m_startCompletion = std::move(done);
@@ -229,16 +222,17 @@ void PortalCaptureStream::stopCapture(CaptureCompletion done)
     // The screen cast ends once no stream holds the session any more.
     m_session.reset();
     if (CaptureCompletion pending = std::exchange(m_startCompletion, nullptr)) {
-        complete(std::move(pending), QStringLiteral("The capture stream was stopped"));
+        completeLater(m_context, std::move(pending),
+                      QStringLiteral("The capture stream was stopped"));
     }
-    complete(std::move(done), std::nullopt);
+    completeLater(m_context, std::move(done), std::nullopt);
 }
 
 void PortalCaptureStream::updateConfiguration(const StreamConfiguration &configuration,
                                               CaptureCompletion done)
 {
     if (CaptureError invalid = validate(configuration)) {
-        complete(std::move(done), invalid);
+        completeLater(m_context, std::move(done), invalid);
         return;
     }
     {
@@ -248,15 +242,15 @@ void PortalCaptureStream::updateConfiguration(const StreamConfiguration &configu
     if (m_pipeWire) {
         m_pipeWire->repeatNewest();
     }
-    complete(std::move(done), std::nullopt);
+    completeLater(m_context, std::move(done), std::nullopt);
 }
 
 void PortalCaptureStream::updateContentFilter(const ContentFilter &filter, CaptureCompletion done)
 {
     const std::optional<PortalDisplay> found = display(filter.displayID);
     if (!found) {
-        complete(std::move(done),
-                 QStringLiteral("The display %1 is not available").arg(filter.displayID));
+        completeLater(m_context, std::move(done),
+                      QStringLiteral("The display %1 is not available").arg(filter.displayID));
         return;
     }
     m_displayError.reset();
@@ -268,7 +262,7 @@ void PortalCaptureStream::updateContentFilter(const ContentFilter &filter, Captu
     if (m_pipeWire) {
         m_pipeWire->repeatNewest();
     }
-    complete(std::move(done), std::nullopt);
+    completeLater(m_context, std::move(done), std::nullopt);
 }
 
 } // namespace lookpane::portal

@@ -63,7 +63,6 @@ private:
         CapturedFrame lastDelivered;
     };
 
-    void complete(CaptureCompletion done, CaptureError error);
     void connectPipeWire(int fd);
     void finishStart(CaptureError error);
     void ended(const QString &reason);

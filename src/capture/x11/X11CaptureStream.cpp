@@ -1,10 +1,10 @@
 #include "capture/x11/X11CaptureStream.h"
 
+#include "capture/CompleteLater.h"
 #include "capture/x11/CaptureThread.h"
 #include "capture/x11/DisplayResolver.h"
 #include "platform/x11/XcbConnection.h"
 
-#include <QMetaObject>
 
 namespace lookpane::x11 {
 
@@ -50,16 +50,6 @@ X11CaptureStream::~X11CaptureStream()
     m_thread.reset();
 }
 
-void X11CaptureStream::complete(CaptureCompletion done, CaptureError error)
-{
-    if (!done) {
-        return;
-    }
-    QMetaObject::invokeMethod(
-        &m_context, [done = std::move(done), error = std::move(error)] { done(error); },
-        Qt::QueuedConnection);
-}
-
 CaptureError X11CaptureStream::addStreamOutput()
 {
     return std::nullopt;
@@ -68,21 +58,22 @@ CaptureError X11CaptureStream::addStreamOutput()
 void X11CaptureStream::startCapture(CaptureCompletion done)
 {
     if (m_thread) {
-        complete(std::move(done), QStringLiteral("The capture stream is already running"));
+        completeLater(m_context, std::move(done),
+                      QStringLiteral("The capture stream is already running"));
         return;
     }
     if (m_displayError) {
-        complete(std::move(done), m_displayError);
+        completeLater(m_context, std::move(done), m_displayError);
         return;
     }
     if (CaptureError invalid = validate(m_settings.configuration)) {
-        complete(std::move(done), invalid);
+        completeLater(m_context, std::move(done), invalid);
         return;
     }
     m_thread = std::make_unique<CaptureThread>(m_displayName, m_settings);
     CaptureThread *thread = m_thread.get();
     thread->onStarted = [this, done = std::move(done)](CaptureError failure) {
-        complete(done, failure);
+        completeLater(m_context, done, failure);
     };
     thread->onSample = [this](const CaptureSample &sample) {
         if (onSample) {
@@ -115,7 +106,7 @@ void X11CaptureStream::threadFinished()
 void X11CaptureStream::stopCapture(CaptureCompletion done)
 {
     if (!m_thread) {
-        complete(std::move(done), std::nullopt);
+        completeLater(m_context, std::move(done), std::nullopt);
         return;
     }
     m_stopCompletions.push_back(std::move(done));
@@ -126,22 +117,22 @@ void X11CaptureStream::updateConfiguration(const StreamConfiguration &configurat
                                            CaptureCompletion done)
 {
     if (CaptureError invalid = validate(configuration)) {
-        complete(std::move(done), invalid);
+        completeLater(m_context, std::move(done), invalid);
         return;
     }
     m_settings.configuration = configuration;
     if (m_thread) {
         m_thread->apply(m_settings);
     }
-    complete(std::move(done), std::nullopt);
+    completeLater(m_context, std::move(done), std::nullopt);
 }
 
 void X11CaptureStream::updateContentFilter(const ContentFilter &filter, CaptureCompletion done)
 {
     const std::optional<Monitor> monitor = m_displays->monitor(filter.displayID);
     if (!monitor) {
-        complete(std::move(done),
-                 QStringLiteral("The display %1 is not available").arg(filter.displayID));
+        completeLater(m_context, std::move(done),
+                      QStringLiteral("The display %1 is not available").arg(filter.displayID));
         return;
     }
     m_displayError.reset();
@@ -151,7 +142,7 @@ void X11CaptureStream::updateContentFilter(const ContentFilter &filter, CaptureC
     if (m_thread) {
         m_thread->apply(m_settings);
     }
-    complete(std::move(done), std::nullopt);
+    completeLater(m_context, std::move(done), std::nullopt);
 }
 
 } // namespace lookpane::x11

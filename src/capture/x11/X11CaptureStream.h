@@ -33,7 +33,6 @@ public:
     void updateContentFilter(const ContentFilter &filter, CaptureCompletion done) override;
 
 private:
-    void complete(CaptureCompletion done, CaptureError error);
     void threadFinished();
 
     // Main-thread anchor of queued completions; declared first so it outlives the thread.
